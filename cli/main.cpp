@@ -1,32 +1,69 @@
-// osmera-cli: the command-line program. Each command lives in its own file and
-// registers itself in the table below.
+// osmera-cli: the command-line program. Dispatches to one command per file.
 
 #include <cstdio>
 #include <cstring>
-#include <string>
+
+#include "cli/args.h"
+#include "cli/commands.h"
+#include "cli/terminal_progress.h"
 
 namespace {
 
-constexpr const char* kUsage =
-    "Usage: osmera-cli COMMAND [ARGS...]\n"
-    "\n"
-    "Osmera's engine from the command line.\n"
-    "\n"
-    "Options:\n"
-    "  --help      show this help and exit\n"
-    "  --version   show the version and exit\n";
+struct Command {
+    const char* name;
+    int (*run)(int argc, char** argv);
+    const char* usage;
+};
+
+const Command kCommands[] = {
+    {"info", osmera::cli::RunInfo,
+     "info FILE...\n"
+     "      One line per file of key=value pairs: file, format, channels, rate, bits,\n"
+     "      frames, time; for a file that cannot be read: file, error, message.\n"},
+    {"convert", osmera::cli::RunConvert,
+     "convert IN OUT [--rate HZ] [--channels 1|2] [--bits 8|16|24|32]\n"
+     "      Converts IN into the WAV file OUT (defaults: IN's rate, channels and width).\n"
+     "      OUT is replaced only when the whole file was written.\n"},
+};
+
+void PrintUsage(FILE* to) {
+    std::fputs("Usage: osmera-cli COMMAND [ARGS...]\n\nOsmera's audio engine from the command line.\n\n"
+               "Commands:\n",
+               to);
+    for (const auto& c : kCommands) std::fprintf(to, "  %s", c.usage);
+    std::fputs("\nOptions:\n  --help      show this help and exit\n"
+               "  --version   show the version and exit\n\n"
+               "Times are written h:mm:ss.hh (or seconds); exit codes: 0 done, 1 failed,\n"
+               "2 bad command line, 130 interrupted.\n",
+               to);
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 2 || std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0) {
-        std::fputs(kUsage, argc < 2 ? stderr : stdout);
-        return argc < 2 ? 2 : 0;
+    using namespace osmera::cli;
+    if (argc < 2) {
+        PrintUsage(stderr);
+        return kExitUsage;
+    }
+    if (std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0 ||
+        std::strcmp(argv[1], "help") == 0) {
+        PrintUsage(stdout);
+        return kExitOk;
     }
     if (std::strcmp(argv[1], "--version") == 0) {
         std::printf("osmera-cli %s\n", OSMERA_VERSION);
-        return 0;
+        return kExitOk;
     }
-    std::fprintf(stderr, "osmera-cli: unknown command '%s' (see osmera-cli --help)\n", argv[1]);
-    return 2;
+    for (const auto& c : kCommands) {
+        if (std::strcmp(argv[1], c.name) != 0) continue;
+        if (argc > 2 && (std::strcmp(argv[2], "--help") == 0 || std::strcmp(argv[2], "-h") == 0)) {
+            std::printf("Usage: osmera-cli %s", c.usage);
+            return kExitOk;
+        }
+        InstallCancelHandlers();
+        return c.run(argc - 2, argv + 2);
+    }
+    PrintError(std::string("unknown command '") + argv[1] + "' (see osmera-cli --help)");
+    return kExitUsage;
 }

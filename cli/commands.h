@@ -1,0 +1,10 @@
+#pragma once
+// The commands of osmera-cli. Each takes the words after the command's name and
+// returns the process exit code (cli/args.h).
+
+namespace osmera::cli {
+
+int RunInfo(int argc, char** argv);
+int RunConvert(int argc, char** argv);
+
+}  // namespace osmera::cli
