@@ -1,0 +1,183 @@
+#include "formats/src_snd_file.h"
+
+#include <sndfile.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "core/trace.h"
+
+namespace osmera {
+
+struct LSRCSndFile::VirtualWav {
+    LFile file;
+    int64_t dataStart = 0;
+    int64_t dataLength = 0;
+    std::vector<uint8_t> header;
+    int64_t position = 0;
+
+    int64_t Length() const { return static_cast<int64_t>(header.size()) + dataLength; }
+};
+
+namespace {
+
+using VirtualWav = LSRCSndFile::VirtualWav;
+
+void Put32(std::vector<uint8_t>& out, uint32_t v) {
+    for (int i = 0; i < 4; ++i) out.push_back(static_cast<uint8_t>(v >> (8 * i)));
+}
+
+void PutId(std::vector<uint8_t>& out, const char* id) { out.insert(out.end(), id, id + 4); }
+
+// "RIFF" <size> "WAVE" "fmt " <size> <format> [pad] "data" <size>: the smallest WAV header
+// that libsndfile parses, with the data length limited to what the file holds.
+std::vector<uint8_t> MakeHeader(const std::vector<uint8_t>& format, int64_t& dataLength) {
+    const auto formatSize = static_cast<uint32_t>(format.size());
+    const uint32_t padded = formatSize + (formatSize & 1);
+    const uint32_t overhead = 4 + 8 + padded + 8;
+    dataLength = std::min<int64_t>(dataLength, int64_t{0xFFFFFFFFu} - overhead);
+    std::vector<uint8_t> h;
+    PutId(h, "RIFF");
+    Put32(h, overhead + static_cast<uint32_t>(dataLength));
+    PutId(h, "WAVE");
+    PutId(h, "fmt ");
+    Put32(h, formatSize);
+    h.insert(h.end(), format.begin(), format.end());
+    if (formatSize & 1) h.push_back(0);
+    PutId(h, "data");
+    Put32(h, static_cast<uint32_t>(dataLength));
+    return h;
+}
+
+sf_count_t VirtualLength(void* user) { return static_cast<VirtualWav*>(user)->Length(); }
+
+sf_count_t VirtualSeek(sf_count_t offset, int whence, void* user) {
+    auto* v = static_cast<VirtualWav*>(user);
+    int64_t base = 0;
+    if (whence == SEEK_CUR) base = v->position;
+    if (whence == SEEK_END) base = v->Length();
+    if (offset < -base) return -1;  // before the start
+    v->position = base + offset;
+    return v->position;
+}
+
+sf_count_t VirtualRead(void* out, sf_count_t count, void* user) {
+    auto* v = static_cast<VirtualWav*>(user);
+    auto* dst = static_cast<uint8_t*>(out);
+    const auto headerSize = static_cast<int64_t>(v->header.size());
+    int64_t done = 0;
+    if (count > 0 && v->position < headerSize) {
+        done = std::min<int64_t>(count, headerSize - v->position);
+        std::memcpy(dst, v->header.data() + v->position, static_cast<size_t>(done));
+        v->position += done;
+    }
+    const int64_t want = std::min<int64_t>(count - done, v->Length() - v->position);
+    if (want > 0 && v->file.Seek(v->dataStart + (v->position - headerSize))) {
+        const int64_t got = v->file.Read(dst + done, want);
+        if (got > 0) {
+            done += got;
+            v->position += got;
+        }
+    }
+    return done;
+}
+
+sf_count_t VirtualWrite(const void*, sf_count_t, void*) { return 0; }
+
+sf_count_t VirtualTell(void* user) { return static_cast<VirtualWav*>(user)->position; }
+
+SF_VIRTUAL_IO virtualIo = {VirtualLength, VirtualSeek, VirtualRead, VirtualWrite, VirtualTell};
+
+void Zero(int32_t* buffer, int64_t frames, int32_t channels) {
+    if (frames > 0) std::memset(buffer, 0, sizeof(int32_t) * static_cast<size_t>(frames * channels));
+}
+
+}  // namespace
+
+LSRCSndFile::LSRCSndFile(const std::string& path) : LSoundSourceBase(44100, 1, kPeak16Bit) {
+    SF_INFO info{};
+    sf_ = sf_open(path.c_str(), SFM_READ, &info);
+    Adopt(info.frames, info.samplerate, info.channels, path);
+}
+
+LSRCSndFile::LSRCSndFile(LFile file, int64_t dataStart, uint32_t dataSize,
+                         std::vector<uint8_t> format)
+    : LSoundSourceBase(44100, 1, kPeak16Bit), virtual_(std::make_unique<VirtualWav>()) {
+    virtual_->file = std::move(file);
+    virtual_->dataStart = dataStart;
+    virtual_->dataLength =
+        std::clamp<int64_t>(virtual_->file.Size() - dataStart, 0, int64_t{dataSize});
+    virtual_->header = MakeHeader(format, virtual_->dataLength);
+    SF_INFO info{};
+    sf_ = sf_open_virtual(&virtualIo, SFM_READ, &info, virtual_.get());
+    Adopt(info.frames, info.samplerate, info.channels, "WAV data");
+}
+
+LSRCSndFile::~LSRCSndFile() {
+    if (sf_) sf_close(sf_);
+}
+
+void LSRCSndFile::Adopt(int64_t frames, int32_t rate, int32_t nChans, const std::string& what) {
+    if (!sf_) {
+        LTracef("LSRCSndFile::LSRCSndFile unable to decode %s: %s", what.c_str(),
+                sf_strerror(nullptr));
+        SetError(kSourceCodecFailed);
+        return;
+    }
+    if (nChans < 1 || nChans > 255 || rate < 1) {
+        LTracef("LSRCSndFile::LSRCSndFile unsupported format of %s: %d channels, %d Hz",
+                what.c_str(), nChans, rate);
+        SetError(kSourceBadParams);
+        sf_close(sf_);
+        sf_ = nullptr;
+        return;
+    }
+    SetChannels(static_cast<uint8_t>(nChans));
+    SetSampleRate(rate);
+    length_ = static_cast<int32_t>(
+        std::clamp<int64_t>(frames, 0, std::numeric_limits<int32_t>::max()));
+}
+
+void LSRCSndFile::Read(int32_t* buffer, int32_t frames) {
+    if (frames <= 0) return;
+    const int64_t p = position_;
+    const int64_t end = p + frames;
+    position_ = static_cast<int32_t>(std::min<int64_t>(end, std::numeric_limits<int32_t>::max()));
+
+    // [first, last) is the part of the block that lies inside the stream.
+    const int64_t first = std::clamp<int64_t>(0, p, end);
+    const int64_t last = std::clamp<int64_t>(length_, first, end);
+    Zero(buffer, first - p, channels);
+    int32_t* out = buffer + (first - p) * channels;
+    int64_t done = 0;
+    while (sf_ && first + done < last) {
+        const int64_t want = std::min<int64_t>(last - first - done, kBufferFrames);
+        decoded_.resize(static_cast<size_t>(want) * channels);
+        const sf_count_t got = sf_readf_double(sf_, decoded_.data(), want);
+        if (got <= 0) break;
+        // Full scale 1.0 becomes 524288; louder float data saturates there.
+        for (int64_t i = 0; i < got * channels; ++i) {
+            const double v = decoded_[static_cast<size_t>(i)];
+            out[i] = std::isnan(v) ? 0
+                                   : static_cast<int32_t>(std::clamp(std::floor(v * 524288.0 + 0.5),
+                                                                     -524288.0, 524288.0));
+        }
+        out += got * channels;
+        done += got;
+        if (got < want) break;
+    }
+    Zero(out, end - first - done, channels);
+}
+
+void LSRCSndFile::Seek(int32_t position) {
+    position_ = position;
+    if (!sf_) return;
+    const sf_count_t frame = std::clamp<int32_t>(position, 0, length_);
+    if (sf_seek(sf_, frame, SEEK_SET) < 0) {
+        LTracef("LSRCSndFile::Seek unable to seek to frame %d", static_cast<int>(frame));
+    }
+}
+
+}  // namespace osmera
