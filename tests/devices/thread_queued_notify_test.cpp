@@ -1,0 +1,145 @@
+#include "devices/thread_queued_notify.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/trace.h"
+#include "devices/thread.h"
+
+namespace osmera {
+namespace {
+
+TEST(ThreadQueuedNotify, TextPostsCoalesceAndHandlerFindsTheNewest) {
+    LQueueDispatcher gui;
+    int calls = 0;
+    uint8_t news = 0;
+    std::string texts[3];
+    LThreadQueuedNotifyText* self = nullptr;
+    LThreadQueuedNotifyText notify(
+        [&] {
+            ++calls;
+            news = self->TakeNews();
+            for (int i = 0; i < 3; ++i) texts[i] = self->Text(i);
+        },
+        &gui);
+    self = &notify;
+
+    notify.SetText(0, "a");
+    notify.SetText(0, "b");
+    notify.SetText(1, "c");
+    notify.SetText(2, "first");
+    notify.SetText(2, "second");
+    EXPECT_EQ(gui.Pending(), 1u);
+    EXPECT_EQ(gui.Pump(), 1);
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(news, 7);
+    EXPECT_EQ(texts[0], "b");
+    EXPECT_EQ(texts[1], "c");
+    EXPECT_EQ(texts[2], "first");
+
+    // The allocated slot keeps its first text: a later text notifies without news.
+    notify.SetText(2, "third");
+    gui.Pump();
+    EXPECT_EQ(calls, 2);
+    EXPECT_EQ(news, 0);
+    EXPECT_EQ(texts[2], "first");
+
+    // Slots hold 259 bytes and never end inside a UTF-8 character.
+    notify.SetText(0, std::string(300, 'x'));
+    notify.SetText(1, std::string(258, 'x') + "\xC3\xA9");
+    gui.Pump();
+    EXPECT_EQ(texts[0], std::string(259, 'x'));
+    EXPECT_EQ(texts[1], std::string(258, 'x'));
+
+    LTraceCapture trace;
+    notify.SetText(3, "nowhere");
+    EXPECT_EQ(gui.Pending(), 0u);
+    EXPECT_TRUE(trace.Contains("LThreadQueuedNotifyText::SetText bad slot"));
+}
+
+TEST(ThreadQueuedNotify, PositionPostsOnlyChangesAboveFourHundredths) {
+    LQueueDispatcher gui;
+    int calls = 0;
+    LThreadQueuedNotifyPosition notify([&] { ++calls; }, &gui);
+    struct Step {
+        double value;
+        bool posts;
+    };
+    const Step steps[] = {
+        {0.03, false}, {0.04, false},  // exactly 0.04 from the first 0 is dropped
+        {0.05, true},  {0.08, false}, {0.0, true},   // a jump back of 0.05 posts
+        {-0.04, false}, {-0.05, true}, {1.0, true},   {1.03, false},
+    };
+    double last = 0.0;
+    for (const auto& s : steps) {
+        SCOPED_TRACE(s.value);
+        int before = calls;
+        notify.SetPosition(s.value);
+        gui.Pump();
+        EXPECT_EQ(calls - before, s.posts ? 1 : 0);
+        if (s.posts) last = s.value;
+        EXPECT_EQ(notify.Position(), last);
+    }
+}
+
+TEST(ThreadQueuedNotify, QueuedCallOutlivingTheNotifierDoesNothing) {
+    LQueueDispatcher gui;
+    int calls = 0;
+    auto notify = std::make_unique<LThreadQueuedNotify>([&] { ++calls; }, &gui);
+    notify->Notify();
+    notify.reset();
+    EXPECT_EQ(gui.Pump(), 1);
+    EXPECT_EQ(calls, 0);
+
+    // Made without a dispatcher, a notifier takes the GUI dispatcher, or posts nowhere.
+    SetGuiDispatcher(&gui);
+    LThreadQueuedNotify viaGui([&] { ++calls; });
+    SetGuiDispatcher(nullptr);
+    viaGui.Notify();
+    EXPECT_EQ(gui.Pump(), 1);
+    EXPECT_EQ(calls, 1);
+    LTraceCapture trace;
+    LThreadQueuedNotify nowhere([&] { ++calls; });
+    nowhere.Notify();
+    EXPECT_TRUE(trace.Contains("LThreadQueuedNotify::LThreadQueuedNotify no dispatcher"));
+}
+
+// A worker reports positions while the test thread plays the GUI thread.
+class Reporter : public LThread {
+public:
+    explicit Reporter(LThreadQueuedNotifyPosition& notify) : notify_(notify) {}
+    ~Reporter() override { StopThreadTimed(); }
+
+protected:
+    void ThreadFunction() override {
+        for (int i = 1; i <= 200 && !ShouldStop(); ++i) notify_.SetPosition(i * 0.05);
+    }
+
+private:
+    LThreadQueuedNotifyPosition& notify_;
+};
+
+TEST(ThreadQueuedNotify, WorkerReportsReachTheGuiThread) {
+    LQueueDispatcher gui;
+    std::vector<double> seen;
+    LThreadQueuedNotifyPosition* self = nullptr;
+    LThreadQueuedNotifyPosition notify([&] { seen.push_back(self->Position()); }, &gui);
+    self = &notify;
+    {
+        Reporter worker(notify);
+        worker.Start();
+        while (worker.IsRunning()) gui.WaitAndPump(5);
+        worker.StopThreadTimed(2000);
+    }
+    gui.Pump();
+    ASSERT_FALSE(seen.empty());
+    EXPECT_LE(seen.size(), 200u);
+    EXPECT_DOUBLE_EQ(seen.back(), 10.0);
+    for (size_t i = 1; i < seen.size(); ++i) EXPECT_GT(seen[i], seen[i - 1]);
+}
+
+}  // namespace
+}  // namespace osmera
