@@ -1,0 +1,83 @@
+// osmera-cli convert IN OUT [--rate HZ] [--channels 1|2] [--bits 8|16|24|32]
+//
+// Pumps IN through the format-matching chain into a PCM WAV writer. The output is
+// written beside OUT under a temporary name and moved over OUT only when everything was
+// written, so a failure or Ctrl+C never leaves half a file where OUT was.
+
+#include <cstdio>
+
+#include "cli/args.h"
+#include "cli/commands.h"
+#include "cli/source_description.h"
+#include "cli/terminal_progress.h"
+#include "core/pr_source_to_sink.h"
+#include "core/safe_replace.h"
+#include "formats/open_audio_source.h"
+#include "formats/open_error_message.h"
+#include "formats/wave_file.h"
+
+namespace osmera::cli {
+
+int RunConvert(int argc, char** argv) {
+    LArgs args(argc, argv, {"rate", "channels", "bits"});
+    if (args.Error().empty() && args.Positional().size() != 2) {
+        PrintError("convert needs an input and an output file (see osmera-cli convert --help)");
+        return kExitUsage;
+    }
+    const long rateArg = args.IntValue("rate", 0, 1, 196000);
+    const long channelsArg = args.IntValue("channels", 0, 1, 2);
+    const long bitsArg = args.IntValue("bits", 0, 8, 32);
+    if (!args.Error().empty()) {
+        PrintError(args.Error());
+        return kExitUsage;
+    }
+    if (bitsArg != 0 && bitsArg % 8 != 0) {
+        PrintError("--bits must be 8, 16, 24 or 32");
+        return kExitUsage;
+    }
+    const std::string& in = args.Positional()[0];
+    const std::string& out = args.Positional()[1];
+
+    LSourceRef source = OpenAudioSource(in);
+    if (!source->IsOk()) {
+        PrintError(OpenErrorMessage(source->GetError(), in));
+        return kExitFailed;
+    }
+    if (source->GetChannels() > 2 && channelsArg == 0) {
+        PrintError(in + " has " + std::to_string(source->GetChannels()) +
+                   " channels; give --channels 1 or 2 (only mono and stereo are converted)");
+        return kExitFailed;
+    }
+    const int32_t rate = rateArg ? static_cast<int32_t>(rateArg) : source->GetSampleRate();
+    const auto channels = static_cast<uint8_t>(channelsArg ? channelsArg : source->GetChannels());
+    const int32_t bits = bitsArg ? static_cast<int32_t>(bitsArg) : DescribeSource(*source).bits;
+
+    LSafeReplace replace(out);
+    auto sink = LWaveFile::CreateSink(replace.TempPath(), rate, 0, bits / 8, channels);
+    if (sink->IsError()) {
+        PrintError("cannot create " + out + ": check the folder exists and you may write to it");
+        return kExitFailed;
+    }
+
+    LTerminalProgress progress;
+    const int result = LPRSourceToSink(source, sink, &progress, "Converting").Process();
+    progress.Done();
+    if (result == kPumpCancelled) {
+        PrintError("interrupted; " + out + " was left as it was");
+        return kExitCancelled;
+    }
+    if (result != kPumpDone) {
+        PrintError("cannot convert " + in + " to " + std::to_string(rate) + " Hz, " +
+                   std::to_string(channels) + " channel(s)");
+        return kExitFailed;
+    }
+    const bool written = sink->Finish() && !sink->WriteFailed();
+    sink.Reset();
+    if (!written || !replace.Commit()) {
+        PrintError("cannot write " + out + " (is the disk full?); it was left as it was");
+        return kExitFailed;
+    }
+    return kExitOk;
+}
+
+}  // namespace osmera::cli
