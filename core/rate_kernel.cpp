@@ -5,7 +5,11 @@ namespace {
 
 // On x86-64 Linux the loops are built twice, for the baseline instruction set and for
 // processors with AVX2 (four doubles per operation); the loader picks one at start-up.
-#if defined(__x86_64__) && defined(__linux__) && defined(__GNUC__) && !defined(__clang__) && \
+// ThreadSanitizer cannot run the loader's resolver of cloned functions, so its builds keep
+// the baseline loop only.
+#if defined(__SANITIZE_THREAD__)
+#define OSMERA_RATE_KERNEL_CLONES
+#elif defined(__x86_64__) && defined(__linux__) && defined(__GNUC__) && !defined(__clang__) && \
     __GNUC__ >= 12
 #define OSMERA_RATE_KERNEL_CLONES __attribute__((target_clones("arch=x86-64-v3", "default")))
 #elif defined(__x86_64__) && defined(__linux__) && (defined(__GNUC__) || defined(__clang__))

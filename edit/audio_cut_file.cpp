@@ -60,8 +60,10 @@ void LAudioCutWriter::FinishRecord() {
 }
 
 bool LAudioCutWriter::Write(const int32_t* buffer, int32_t frames) {
-    if (failed_ || !aud_.IsOpen()) return Fail();
-    if (frames <= 0) return true;
+    if (failed_ || !aud_.IsOpen())
+        return Fail();
+    if (frames <= 0)
+        return true;
     const size_t count = static_cast<size_t>(frames) * channels_;
     const int32_t* data = buffer;
     if constexpr (!kLittleEndianHost) {
@@ -69,7 +71,8 @@ bool LAudioCutWriter::Write(const int32_t* buffer, int32_t frames) {
         SwapSamples(swapped_.data(), count);
         data = swapped_.data();
     }
-    if (!aud_.Write(data, static_cast<int64_t>(count) * 4)) return Fail();
+    if (!aud_.Write(data, static_cast<int64_t>(count) * 4))
+        return Fail();
 
     // The running peaks of the current block, one channel at a time over each stretch of
     // frames that stays inside the block.
@@ -90,18 +93,21 @@ bool LAudioCutWriter::Write(const int32_t* buffer, int32_t frames) {
         }
         blockFrames_ += n;
         done += n;
-        if (blockFrames_ == kGraphBlockFrames) FinishRecord();
+        if (blockFrames_ == kGraphBlockFrames)
+            FinishRecord();
     }
     if (!records_.empty()) {
         const bool ok = grf_.Write(records_.data(), static_cast<int64_t>(records_.size()));
         records_.clear();
-        if (!ok) return Fail();
+        if (!ok)
+            return Fail();
     }
     return true;
 }
 
 bool LAudioCutWriter::Seek(int32_t frame) {
-    if (failed_ || !aud_.IsOpen() || frame < 0) return Fail();
+    if (failed_ || !aud_.IsOpen() || frame < 0)
+        return Fail();
     const int64_t audAt = int64_t{frame} * channels_ * 4;
     const int64_t grfAt = int64_t{frame / kGraphBlockFrames} * channels_ * 2;
     if (!aud_.Seek(audAt) || !aud_.Truncate() || !grf_.Seek(grfAt) || !grf_.Truncate()) {
@@ -115,7 +121,8 @@ bool LAudioCutWriter::Seek(int32_t frame) {
 bool LAudioCutWriter::Close() {
     if (aud_.IsOpen() && !failed_ && blockFrames_ > 0) {
         FinishRecord();
-        if (!grf_.Write(records_.data(), static_cast<int64_t>(records_.size()))) failed_ = true;
+        if (!grf_.Write(records_.data(), static_cast<int64_t>(records_.size())))
+            failed_ = true;
         records_.clear();
     }
     aud_.Close();
@@ -138,13 +145,17 @@ bool LAudioCutReader::SeekFrame(int64_t frame) {
 }
 
 void LAudioCutReader::ReadFrames(int32_t* buffer, int32_t frames) {
-    if (frames <= 0) return;
+    if (frames <= 0)
+        return;
     const size_t count = static_cast<size_t>(frames) * channels_;
     int64_t got = aud_.IsOpen() ? aud_.Read(buffer, static_cast<int64_t>(count) * 4) : 0;
-    if (got < 0) got = 0;
+    if (got < 0)
+        got = 0;
     const size_t whole = static_cast<size_t>(got) / 4;  // a torn last sample reads as 0
-    if (whole < count) std::memset(buffer + whole, 0, (count - whole) * sizeof(int32_t));
-    if constexpr (!kLittleEndianHost) SwapSamples(buffer, whole);
+    if (whole < count)
+        std::memset(buffer + whole, 0, (count - whole) * sizeof(int32_t));
+    if constexpr (!kLittleEndianHost)
+        SwapSamples(buffer, whole);
 }
 
 }  // namespace osmera

@@ -34,7 +34,7 @@ constexpr uint8_t GraphPeakByte(int64_t peak) {
 }
 
 class LAudioCutWriter {
-public:
+  public:
     LAudioCutWriter() = default;
     ~LAudioCutWriter() { Close(); }
     LAudioCutWriter(const LAudioCutWriter&) = delete;
@@ -55,7 +55,7 @@ public:
 
     bool HasFailed() const { return failed_; }
 
-private:
+  private:
     bool Fail();
     void ClearBlock();
     void FinishRecord();
@@ -72,7 +72,7 @@ private:
 };
 
 class LAudioCutReader {
-public:
+  public:
     // Opens a cut's audio file for reading. False when it cannot be opened.
     bool Open(const std::string& audPath, uint8_t channels);
     void Close() { aud_.Close(); }
@@ -84,7 +84,7 @@ public:
     // zeros.
     void ReadFrames(int32_t* buffer, int32_t frames);
 
-private:
+  private:
     LFile aud_;
     uint8_t channels_ = 1;
 };

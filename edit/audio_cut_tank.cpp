@@ -17,12 +17,15 @@ LAudioCutTank& LAudioCutTank::Instance() {
     return tank;
 }
 
-LAudioCutTank::~LAudioCutTank() { DeleteAllCutFiles(); }
+LAudioCutTank::~LAudioCutTank() {
+    DeleteAllCutFiles();
+}
 
 void LAudioCutTank::SetFolder(const std::string& folder) {
     std::lock_guard<std::mutex> lock(mutex_);
     folder_ = folder;
-    if (!folder_.empty() && folder_.back() != '/') folder_ += '/';
+    if (!folder_.empty() && folder_.back() != '/')
+        folder_ += '/';
 }
 
 uint16_t LAudioCutTank::GetNewRefAndIncRef() {
@@ -40,25 +43,30 @@ uint16_t LAudioCutTank::GetNewRefAndIncRef() {
 }
 
 void LAudioCutTank::IncRef(uint32_t number) {
-    if (number >= kCutNumbers) return;
+    if (number >= kCutNumbers)
+        return;
     std::lock_guard<std::mutex> lock(mutex_);
-    if (refCount_[number] < 65535) ++refCount_[number];
+    if (refCount_[number] < 65535)
+        ++refCount_[number];
 }
 
 void LAudioCutTank::DecRef(uint32_t number) {
-    if (number >= kCutNumbers) return;
+    if (number >= kCutNumbers)
+        return;
     std::lock_guard<std::mutex> lock(mutex_);
     if (refCount_[number] < 2) {
         DeleteFilesOf(number);
         refCount_[number] = 0;
-        if (number < firstMaybeFree_) firstMaybeFree_ = number;
+        if (number < firstMaybeFree_)
+            firstMaybeFree_ = number;
     } else {
         --refCount_[number];
     }
 }
 
 uint16_t LAudioCutTank::GetRefCount(uint32_t number) const {
-    if (number >= kCutNumbers) return 0;
+    if (number >= kCutNumbers)
+        return 0;
     std::lock_guard<std::mutex> lock(mutex_);
     return refCount_[number];
 }
@@ -66,23 +74,30 @@ uint16_t LAudioCutTank::GetRefCount(uint32_t number) const {
 uint32_t LAudioCutTank::GetCutsInUse() const {
     std::lock_guard<std::mutex> lock(mutex_);
     uint32_t used = 0;
-    for (uint16_t c : refCount_) used += c != 0;
+    for (uint16_t c : refCount_)
+        used += c != 0;
     return used;
 }
 
 std::string LAudioCutTank::PathOf(uint32_t number, const char* extension) const {
-    if (number >= kCutNumbers || folder_.empty()) return {};
+    if (number >= kCutNumbers || folder_.empty())
+        return {};
     char name[32];
     std::snprintf(name, sizeof name, "%u%s", number, extension);
     return folder_ + name;
 }
 
-std::string LAudioCutTank::GetAudFilePath(uint32_t number) const { return PathOf(number, ".aud"); }
+std::string LAudioCutTank::GetAudFilePath(uint32_t number) const {
+    return PathOf(number, ".aud");
+}
 
-std::string LAudioCutTank::GetGrfFilePath(uint32_t number) const { return PathOf(number, ".grf"); }
+std::string LAudioCutTank::GetGrfFilePath(uint32_t number) const {
+    return PathOf(number, ".grf");
+}
 
 void LAudioCutTank::DeleteFilesOf(uint32_t number) const {
-    if (folder_.empty()) return;
+    if (folder_.empty())
+        return;
     std::remove(PathOf(number, ".aud").c_str());
     std::remove(PathOf(number, ".grf").c_str());
 }
@@ -93,16 +108,20 @@ void LAudioCutTank::DeleteAllCutFiles() {
 }
 
 void LAudioCutTank::DeleteAllCutFilesLocked() {
-    if (folder_.empty()) return;
+    if (folder_.empty())
+        return;
     std::error_code ec;
     std::vector<fs::path> doomed;
     for (fs::directory_iterator it(folder_, ec), end; !ec && it != end; it.increment(ec)) {
         const fs::path& p = it->path();
         const auto ext = p.extension();
-        if ((ext == ".aud" || ext == ".grf") && !it->is_directory(ec)) doomed.push_back(p);
+        if ((ext == ".aud" || ext == ".grf") && !it->is_directory(ec))
+            doomed.push_back(p);
     }
-    if (ec) LTracef("LAudioCutTank::DeleteAllCutFiles cannot list %s", folder_.c_str());
-    for (const auto& p : doomed) fs::remove(p, ec);
+    if (ec)
+        LTracef("LAudioCutTank::DeleteAllCutFiles cannot list %s", folder_.c_str());
+    for (const auto& p : doomed)
+        fs::remove(p, ec);
 }
 
 void LAudioCutTank::Reset() {
@@ -115,9 +134,11 @@ void LAudioCutTank::Reset() {
 
 std::string UserAppDataFolder() {
     const char* xdg = std::getenv("XDG_DATA_HOME");
-    if (xdg != nullptr && xdg[0] == '/') return xdg;
+    if (xdg != nullptr && xdg[0] == '/')
+        return xdg;
     const char* home = std::getenv("HOME");
-    if (home != nullptr && home[0] != '\0') return std::string(home) + "/.local/share";
+    if (home != nullptr && home[0] != '\0')
+        return std::string(home) + "/.local/share";
     return {};
 }
 
@@ -125,7 +146,8 @@ std::string ChooseWorkingFolder(LSettingsStore& settings, const std::string& app
     std::error_code ec;
     std::string current = settings.GetText("Folders", "Current", "");
     if (current.empty()) {
-        fs::path path = appDataFolder.empty() ? fs::temp_directory_path(ec) : fs::path(appDataFolder);
+        fs::path path =
+            appDataFolder.empty() ? fs::temp_directory_path(ec) : fs::path(appDataFolder);
         for (const char* part : {"Quillon", "Osmera", "Current"}) {
             path /= part;
             if (!fs::is_directory(path, ec) && !fs::create_directories(path, ec)) {
@@ -136,7 +158,8 @@ std::string ChooseWorkingFolder(LSettingsStore& settings, const std::string& app
         settings.SetText("Folders", "Current", current);
     }
     std::string folder = settings.GetText("Settings", "WorkingFolder", current);
-    if (folder.empty()) folder = current;
+    if (folder.empty())
+        folder = current;
     if (!fs::is_directory(folder, ec) && !fs::create_directories(folder, ec)) {
         LTracef("ChooseWorkingFolder cannot create %s", folder.c_str());
     }

@@ -27,7 +27,7 @@ namespace osmera {
 constexpr uint16_t SILENT_CUT = 65535;
 
 class LAudioCutTank {
-public:
+  public:
     // Numbers 0 to 65534 can name cuts.
     static constexpr uint32_t kCutNumbers = 65535;
 
@@ -73,7 +73,7 @@ public:
     LAudioCutTank(const LAudioCutTank&) = delete;
     LAudioCutTank& operator=(const LAudioCutTank&) = delete;
 
-private:
+  private:
     std::string PathOf(uint32_t number, const char* extension) const;
     void DeleteFilesOf(uint32_t number) const;
     void DeleteAllCutFilesLocked();

@@ -16,7 +16,9 @@ constexpr int32_t kUnityGain = 16777216;
 constexpr int32_t kMaxGain = 2147483647;
 
 // The low 32 bits of `v` as a signed value, as 32-bit arithmetic would leave them.
-constexpr int32_t Wrap32(int64_t v) { return static_cast<int32_t>(static_cast<uint32_t>(v)); }
+constexpr int32_t Wrap32(int64_t v) {
+    return static_cast<int32_t>(static_cast<uint32_t>(v));
+}
 
 // Sample `s` times gain `g`: both are split at bit 12 and three of the four partial products
 // are summed with arithmetic shifts; the product of the two low parts is dropped. The middle
@@ -31,8 +33,10 @@ constexpr int32_t MultiplyByGain(int32_t s, int32_t g) {
 
 // Applies `gain` to `count` samples in place. Unity leaves them untouched.
 inline void ApplyGain(int32_t* samples, size_t count, int32_t gain) {
-    if (gain == kUnityGain) return;
-    for (size_t i = 0; i < count; ++i) samples[i] = MultiplyByGain(samples[i], gain);
+    if (gain == kUnityGain)
+        return;
+    for (size_t i = 0; i < count; ++i)
+        samples[i] = MultiplyByGain(samples[i], gain);
 }
 
 // The gain `gain` scaled by `percent`. Below the limit (2147483647 up to 100 percent,
@@ -41,9 +45,11 @@ inline void ApplyGain(int32_t* samples, size_t count, int32_t gain) {
 // the result is 2147483647, also when scaling down: a saturated gain never comes back down.
 // 100 percent leaves the gain as it is; 0 percent silences.
 constexpr int32_t ScaleGain(int32_t gain, int32_t percent) {
-    if (percent == 100) return gain;
+    if (percent == 100)
+        return gain;
     const int32_t limit = percent <= 100 ? kMaxGain : (kMaxGain / percent) * 100;
-    if (limit > gain) return Wrap32(int64_t{gain / 100} * percent);
+    if (limit > gain)
+        return Wrap32(int64_t{gain / 100} * percent);
     return kMaxGain;
 }
 

@@ -13,24 +13,32 @@ namespace {
 constexpr int64_t kMax32 = std::numeric_limits<int32_t>::max();
 
 int32_t Clamp32(int64_t v) {
-    if (v > kMax32) return static_cast<int32_t>(kMax32);
-    if (v < -kMax32 - 1) return static_cast<int32_t>(-kMax32 - 1);
+    if (v > kMax32)
+        return static_cast<int32_t>(kMax32);
+    if (v < -kMax32 - 1)
+        return static_cast<int32_t>(-kMax32 - 1);
     return static_cast<int32_t>(v);
 }
 
-LAudioCutTank& Tank() { return LAudioCutTank::Instance(); }
+LAudioCutTank& Tank() {
+    return LAudioCutTank::Instance();
+}
 
 }  // namespace
 
 // Every list touches the tank when it is made, so that the tank is constructed first and,
 // at exit, destroyed after any list that lives in static storage.
-LCutListAudio::LCutListAudio() { Tank(); }
+LCutListAudio::LCutListAudio() {
+    Tank();
+}
 
 LCutListAudio::LCutListAudio(uint32_t sampleRate, uint8_t channels) : LCutListAudio() {
     SetFormat(sampleRate, channels);
 }
 
-LCutListAudio::~LCutListAudio() { Clear(); }
+LCutListAudio::~LCutListAudio() {
+    Clear();
+}
 
 LCutListAudio::LCutListAudio(const LCutListAudio& other)
     : sampleRate_(other.sampleRate_), channels_(other.channels_), cuts_(CopyEntries(other.cuts_)) {}
@@ -69,14 +77,18 @@ void LCutListAudio::SetFormat(uint32_t sampleRate, uint8_t channels) {
 
 int64_t LCutListAudio::Length64() const {
     int64_t total = 0;
-    for (const LAudioCut& c : cuts_) total += c.length;
+    for (const LAudioCut& c : cuts_)
+        total += c.length;
     return total;
 }
 
-int32_t LCutListAudio::GetLength() const { return Clamp32(Length64()); }
+int32_t LCutListAudio::GetLength() const {
+    return Clamp32(Length64());
+}
 
 void LCutListAudio::Clear() {
-    for (const LAudioCut& c : cuts_) Tank().DecRef(c.ref);
+    for (const LAudioCut& c : cuts_)
+        Tank().DecRef(c.ref);
     cuts_.clear();
 }
 
@@ -90,7 +102,8 @@ void LCutListAudio::AppendEntry(const LAudioCut& entry) {
 }
 
 std::vector<LAudioCut> LCutListAudio::CopyEntries(const std::vector<LAudioCut>& other) {
-    for (const LAudioCut& c : other) Tank().IncRef(c.ref);
+    for (const LAudioCut& c : other)
+        Tank().IncRef(c.ref);
     return other;
 }
 
@@ -108,15 +121,19 @@ void LCutListAudio::SplitEntry(size_t i, int64_t at) {
 }
 
 void LCutListAudio::Delete64(int64_t start, int64_t end) {
-    if (end < start || end < 0) return;
+    if (end < start || end < 0)
+        return;
     const int64_t s = start < 0 ? 0 : start;
-    if (end <= s) return;  // an empty range removes nothing (and splits nothing)
+    if (end <= s)
+        return;  // an empty range removes nothing (and splits nothing)
 
     // Pass the entries that end at or before s.
     size_t i = 0;
     int64_t offset = 0;
-    while (i < cuts_.size() && offset + cuts_[i].length <= s) offset += cuts_[i++].length;
-    if (i == cuts_.size()) return;
+    while (i < cuts_.size() && offset + cuts_[i].length <= s)
+        offset += cuts_[i++].length;
+    if (i == cuts_.size())
+        return;
 
     // The entry that holds s keeps its head; when it also holds end, the range lies inside
     // it and a copy plays on from end.
@@ -150,15 +167,18 @@ void LCutListAudio::Delete64(int64_t start, int64_t end) {
 void LCutListAudio::InsertSilence64(int64_t position, int64_t count) {
     int64_t p = position;
     int64_t n = count;
-    if (n < 0) return;
+    if (n < 0)
+        return;
     if (p < 0) {
-        if (n < -p) return;  // the silence would end before 0
+        if (n < -p)
+            return;  // the silence would end before 0
         n += p;
         p = 0;
     }
     for (size_t i = 0; i < cuts_.size(); ++i) {
         if (p == 0) {
-            if (n > 0) cuts_.insert(cuts_.begin() + static_cast<ptrdiff_t>(i), Silence(n));
+            if (n > 0)
+                cuts_.insert(cuts_.begin() + static_cast<ptrdiff_t>(i), Silence(n));
             return;
         }
         if (p < cuts_[i].length) {
@@ -172,7 +192,8 @@ void LCutListAudio::InsertSilence64(int64_t position, int64_t count) {
     }
     // Past the end: the gap up to the position is silent too.
     n += p;
-    if (n > 0) cuts_.push_back(Silence(n));
+    if (n > 0)
+        cuts_.push_back(Silence(n));
 }
 
 void LCutListAudio::Paste64(int64_t position, const LCutListAudio& other) {
@@ -182,13 +203,15 @@ void LCutListAudio::Paste64(int64_t position, const LCutListAudio& other) {
     std::vector<LAudioCut> copies = CopyEntries(other.cuts_);  // before this list changes
     int64_t p = position;
     size_t i = 0;
-    while (i < cuts_.size() && p > 0 && p >= cuts_[i].length) p -= cuts_[i++].length;
+    while (i < cuts_.size() && p > 0 && p >= cuts_[i].length)
+        p -= cuts_[i++].length;
 
     auto insertAt = [&](size_t at) {
         cuts_.insert(cuts_.begin() + static_cast<ptrdiff_t>(at), copies.begin(), copies.end());
     };
     if (i == cuts_.size()) {
-        if (p > 0) cuts_.push_back(Silence(p));
+        if (p > 0)
+            cuts_.push_back(Silence(p));
         insertAt(cuts_.size());
     } else if (p <= 0) {
         insertAt(i);
@@ -202,7 +225,8 @@ void LCutListAudio::Paste64(int64_t position, const LCutListAudio& other) {
 }
 
 void LCutListAudio::EfCopy(int32_t start, int32_t end, LCutListAudio& destination) const {
-    if (start > end) return;
+    if (start > end)
+        return;
     LCutListAudio result(sampleRate_, channels_);
     result.cuts_ = CopyEntries(cuts_);
     if (start >= 1) {
@@ -221,14 +245,17 @@ void LCutListAudio::EfCopy(int32_t start, int32_t end, LCutListAudio& destinatio
 }
 
 void LCutListAudio::EfCut(int32_t start, int32_t end, LCutListAudio& destination) {
-    if (start > end) return;
+    if (start > end)
+        return;
     LCutListAudio range;
     EfCopy(start, end, range);
     EfDelete(start, end);
     destination = std::move(range);
 }
 
-void LCutListAudio::EfDelete(int32_t start, int32_t end) { Delete64(start, end); }
+void LCutListAudio::EfDelete(int32_t start, int32_t end) {
+    Delete64(start, end);
+}
 
 void LCutListAudio::EfPaste(int32_t position, const LCutListAudio& other) {
     Paste64(position, other);
@@ -264,13 +291,17 @@ void LCutListAudio::EfCrop(int32_t start, int32_t end) {
 }
 
 void LCutListAudio::EfTrimHead(int32_t position) {
-    if (position > 0) Delete64(0, position);
+    if (position > 0)
+        Delete64(0, position);
 }
 
-void LCutListAudio::EfTrimTail(int32_t position) { Delete64(position, Length64()); }
+void LCutListAudio::EfTrimTail(int32_t position) {
+    Delete64(position, Length64());
+}
 
 void LCutListAudio::EfRepeat(int32_t start, int32_t end, int32_t count) {
-    if (count < 1) return;
+    if (count < 1)
+        return;
     LCutListAudio range;
     EfCopy(start, end, range);
     // Each paste adds the range, and at a negative start also that many frames of silence;
@@ -278,17 +309,19 @@ void LCutListAudio::EfRepeat(int32_t start, int32_t end, int32_t count) {
     const int64_t length = Length64();
     const int64_t perPaste = range.Length64() + (start < 0 ? -int64_t{start} : 0);
     const int64_t grown = length + (start > length ? start - length : 0) + perPaste * count;
-    const uint64_t entries = cuts_.size() + uint64_t{static_cast<uint32_t>(count)} *
-                                                (range.cuts_.size() + 2);
+    const uint64_t entries =
+        cuts_.size() + uint64_t{static_cast<uint32_t>(count)} * (range.cuts_.size() + 2);
     if (grown > kMax32 || entries > kMaxEntries) {
         LTrace("LCutListAudio::EfRepeat result too large");
         return;
     }
-    for (int32_t k = 0; k < count; ++k) Paste64(start, range);
+    for (int32_t k = 0; k < count; ++k)
+        Paste64(start, range);
 }
 
 void LCutListAudio::EfAmplify(int32_t start, int32_t end, int32_t percent) {
-    if (end < start || percent == 100) return;
+    if (end < start || percent == 100)
+        return;
     LCutListAudio range;
     EfCut(start, end, range);
     range.EfAmplifyAll(percent);
@@ -296,8 +329,10 @@ void LCutListAudio::EfAmplify(int32_t start, int32_t end, int32_t percent) {
 }
 
 void LCutListAudio::EfAmplifyAll(int32_t percent) {
-    if (percent == 100) return;
-    for (LAudioCut& c : cuts_) c.gain = ScaleGain(c.gain, percent);
+    if (percent == 100)
+        return;
+    for (LAudioCut& c : cuts_)
+        c.gain = ScaleGain(c.gain, percent);
 }
 
 LRef<LSRCCutListAudio> LCutListAudio::MakeSource() const {

@@ -41,7 +41,7 @@ struct LAudioCut {
 };
 
 class LCutListAudio {
-public:
+  public:
     // An empty list at 44100 Hz, 1 channel.
     LCutListAudio();
     LCutListAudio(uint32_t sampleRate, uint8_t channels);
@@ -111,7 +111,7 @@ public:
     // Most entries a list may reach through EfRepeat.
     static constexpr size_t kMaxEntries = size_t{1} << 22;
 
-private:
+  private:
     // The operations on 64-bit positions, so that derived positions (end - start, -start)
     // never overflow; stored lengths are capped at 2147483647.
     int64_t Length64() const;

@@ -19,29 +19,37 @@ LSNKCutListAudio::LSNKCutListAudio(LCutListAudio& target, int32_t sampleRate, ui
 }
 
 LSNKCutListAudio::~LSNKCutListAudio() {
-    if (!writer_.Close()) NoteFailure("LSNKCutListAudio::~LSNKCutListAudio graph not written");
+    if (!writer_.Close())
+        NoteFailure("LSNKCutListAudio::~LSNKCutListAudio graph not written");
     target_.Clear();
     target_.SetFormat(sampleRate < 1 ? 44100u : static_cast<uint32_t>(sampleRate), channels);
-    if (position > 0) target_.AppendEntry(LAudioCut{cut_, position, kUnityGain, 0});
+    if (position > 0)
+        target_.AppendEntry(LAudioCut{cut_, position, kUnityGain, 0});
     LAudioCutTank::Instance().DecRef(cut_);
 }
 
 void LSNKCutListAudio::NoteFailure(const char* words) {
     SetErrorBit();
-    if (!traced_) LTrace(words);
+    if (!traced_)
+        LTrace(words);
     traced_ = true;
 }
 
 void LSNKCutListAudio::Write(const int32_t* buffer, int32_t frames) {
-    if (frames <= 0) return;
-    if (!writer_.Write(buffer, frames)) NoteFailure("LSNKCutListAudio::Write write failed");
+    if (frames <= 0)
+        return;
+    if (!writer_.Write(buffer, frames))
+        NoteFailure("LSNKCutListAudio::Write write failed");
     position = Wrap32(int64_t{position} + frames);
 }
 
 void LSNKCutListAudio::Seek(int32_t newPosition) {
-    if (newPosition < 0) newPosition = 0;
-    if (newPosition > position) return;
-    if (!writer_.Seek(newPosition)) NoteFailure("LSNKCutListAudio::Seek failed");
+    if (newPosition < 0)
+        newPosition = 0;
+    if (newPosition > position)
+        return;
+    if (!writer_.Seek(newPosition))
+        NoteFailure("LSNKCutListAudio::Seek failed");
     position = newPosition;
 }
 

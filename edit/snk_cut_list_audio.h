@@ -29,7 +29,7 @@
 namespace osmera {
 
 class LSNKCutListAudio : public LSoundSinkBase {
-public:
+  public:
     // 0 channels are taken as 1 and set the error bit, as for every sink; so does a rate
     // below 1.
     LSNKCutListAudio(LCutListAudio& target, int32_t sampleRate, uint8_t channels);
@@ -44,7 +44,7 @@ public:
     // True once some frames or graph records could not be written.
     bool HasWriteFailed() const { return writer_.HasFailed(); }
 
-private:
+  private:
     void NoteFailure(const char* words);
 
     LCutListAudio& target_;

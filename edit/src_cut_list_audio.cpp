@@ -25,7 +25,8 @@ LSRCCutListAudio::LSRCCutListAudio(const LCutListAudio& list)
       length_(list.GetLength()) {}
 
 void LSRCCutListAudio::Zero(int32_t* buffer, int64_t frames) const {
-    if (frames > 0) std::memset(buffer, 0, sizeof(int32_t) * static_cast<size_t>(frames) * channels);
+    if (frames > 0)
+        std::memset(buffer, 0, sizeof(int32_t) * static_cast<size_t>(frames) * channels);
 }
 
 void LSRCCutListAudio::StartEntry(size_t index, int64_t offset) {
@@ -34,7 +35,8 @@ void LSRCCutListAudio::StartEntry(size_t index, int64_t offset) {
     left_ = std::max<int64_t>(0, entry.length - offset);
     gain_ = entry.gain;
     silent_ = entry.IsSilent();
-    if (silent_ || left_ == 0) return;
+    if (silent_ || left_ == 0)
+        return;
 
     // Consecutive entries often play from the same cut (every split makes two): keep its file
     // open and only reposition it.
@@ -57,7 +59,8 @@ void LSRCCutListAudio::StartEntry(size_t index, int64_t offset) {
 }
 
 void LSRCCutListAudio::Read(int32_t* buffer, int32_t frames) {
-    if (frames <= 0) return;
+    if (frames <= 0)
+        return;
     int32_t* out = buffer;
     int64_t wanted = frames;
     if (position_ < 0) {
@@ -94,11 +97,13 @@ void LSRCCutListAudio::Seek(int32_t position) {
     next_ = 0;
     left_ = 0;
     silent_ = true;
-    if (position < 1) return;  // the first entry starts with the next read
+    if (position < 1)
+        return;  // the first entry starts with the next read
     const auto& cuts = entries_.GetEntries();
     int64_t f = position;
     size_t i = 0;
-    while (i < cuts.size() && f >= cuts[i].length) f -= cuts[i++].length;
+    while (i < cuts.size() && f >= cuts[i].length)
+        f -= cuts[i++].length;
     if (i < cuts.size()) {
         StartEntry(i, f);
     } else {

@@ -25,7 +25,7 @@
 namespace osmera {
 
 class LSRCCutListAudio : public LSoundSourceBase {
-public:
+  public:
     explicit LSRCCutListAudio(const LCutListAudio& list);
 
     void Read(int32_t* buffer, int32_t frames) override;
@@ -34,7 +34,7 @@ public:
     // Moves to frame `position` (before 0 and past the end allowed).
     void Seek(int32_t position) override;
 
-private:
+  private:
     // Makes entry `index` current, `offset` frames into it.
     void StartEntry(size_t index, int64_t offset);
     void Zero(int32_t* buffer, int64_t frames) const;
@@ -42,9 +42,9 @@ private:
     LCutListAudio entries_;  // the private copy
     int32_t length_;
     int32_t position_ = 0;
-    size_t next_ = 0;        // the entry that becomes current when this one is used up
-    int64_t left_ = 0;       // frames left in the current entry
-    bool silent_ = true;     // the current entry reads as zeros
+    size_t next_ = 0;     // the entry that becomes current when this one is used up
+    int64_t left_ = 0;    // frames left in the current entry
+    bool silent_ = true;  // the current entry reads as zeros
     int32_t gain_ = kUnityGain;
     LAudioCutReader reader_;
     uint32_t openCut_ = SILENT_CUT;  // the cut whose file reader_ holds open

@@ -14,7 +14,9 @@ namespace {
 namespace fs = std::filesystem;
 using testing::CutTankTest;
 
-void Touch(const std::string& path) { std::ofstream(path) << "x"; }
+void Touch(const std::string& path) {
+    std::ofstream(path) << "x";
+}
 
 using TankTest = CutTankTest;
 
@@ -29,7 +31,8 @@ TEST_F(TankTest, NumbersAreTakenLowestFirstAndReused) {
     EXPECT_EQ(tank.GetNewRefAndIncRef(), 0);
     EXPECT_EQ(tank.GetNewRefAndIncRef(), 1);
     EXPECT_EQ(tank.GetNewRefAndIncRef(), 3);
-    for (uint32_t n : {0, 1, 2, 3}) tank.DecRef(n);
+    for (uint32_t n : {0, 1, 2, 3})
+        tank.DecRef(n);
 }
 
 TEST_F(TankTest, SilenceAndOutOfRangeNumbersAreIgnored) {
@@ -73,7 +76,8 @@ TEST_F(TankTest, CountsSaturateAndFullTankReusesCutZero) {
     tank.DecRef(300);
     EXPECT_EQ(tank.GetNewRefAndIncRef(), 300);
 
-    for (int i = 0; i < 70000; ++i) tank.IncRef(5);
+    for (int i = 0; i < 70000; ++i)
+        tank.IncRef(5);
     EXPECT_EQ(tank.GetRefCount(5), 65535);
     tank.Reset();
     tank.SetFolder(dir_.Path().string());

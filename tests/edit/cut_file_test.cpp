@@ -73,7 +73,8 @@ TEST_F(CutFileTest, GraphOfRandomWritesInRandomPieces) {
     std::mt19937 rng(7);
     for (uint8_t channels : {1, 2}) {
         std::vector<int32_t> s(static_cast<size_t>(3001) * channels);
-        for (auto& v : s) v = static_cast<int32_t>(rng());
+        for (auto& v : s)
+            v = static_cast<int32_t>(rng());
         LCutListAudio list;
         {
             auto sink = list.MakeSink(44100, channels);
@@ -153,7 +154,8 @@ TEST_F(CutFileTest, FailedWritesAreReported) {
     Tank().SetFolder(dir_.Path().string());
 
     // A full disk: the cut's audio file is the device that is always full.
-    if (!fs::exists("/dev/full")) GTEST_SKIP() << "no /dev/full";
+    if (!fs::exists("/dev/full"))
+        GTEST_SKIP() << "no /dev/full";
     ASSERT_EQ(::symlink("/dev/full", dir_.File("0.aud").c_str()), 0);
     {
         auto sink = list.MakeSink(44100, 1);
@@ -219,8 +221,8 @@ TEST(CutGain, MultiplyKeepsThreeOfFourPartialProducts) {
         {-1, kUnityGain / 2, -1},      // arithmetic shifts round toward minus infinity
         {4095, 4095, 0},               // only the dropped low-by-low product remains
         {1 << 20, 0, 0},
-        {524288, kMaxGain, 67108863},        // just under 128 times
-        {INT32_MAX, kMaxGain, -257},         // wraps
+        {524288, kMaxGain, 67108863},  // just under 128 times
+        {INT32_MAX, kMaxGain, -257},   // wraps
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(::testing::Message() << c.s << " * " << c.g);
@@ -235,13 +237,10 @@ TEST(CutGain, ScalingDividesFirstAndNeverLeavesSaturation) {
     const Case cases[] = {
         {kUnityGain, 200, 33554400},  // the last two digits lost by the division
         {kMaxGain, 50, kMaxGain},     // a saturated gain never comes down
-        {500000000, 1000, kMaxGain},
-        {kUnityGain, 100, kUnityGain},
-        {kUnityGain, 0, 0},
-        {kUnityGain, 50, 8388600},
-        {1073741800, 200, kMaxGain},  // exactly at the limit saturates
-        {1073741799, 200, 2147483400},
-        {kUnityGain, -50, -8388600},
+        {500000000, 1000, kMaxGain},   {kUnityGain, 100, kUnityGain}, {kUnityGain, 0, 0},
+        {kUnityGain, 50, 8388600},     {1073741800, 200, kMaxGain},  // exactly at the limit
+                                                                     // saturates
+        {1073741799, 200, 2147483400}, {kUnityGain, -50, -8388600},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(::testing::Message() << c.gain << " at " << c.percent << "%");

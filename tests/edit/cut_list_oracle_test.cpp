@@ -40,7 +40,8 @@ struct Model {
         gain.erase(gain.begin() + from, gain.begin() + to);
     }
     void PadTo(int64_t frames) {
-        if (frames > Frames()) Insert(Frames(), Zeros(channels, frames - Frames()));
+        if (frames > Frames())
+            Insert(Frames(), Zeros(channels, frames - Frames()));
     }
 
     // Frames [start, end), silent outside the model.
@@ -48,20 +49,25 @@ struct Model {
         Model w = Zeros(channels, end - start);
         for (int64_t f = std::max<int64_t>(start, 0); f < std::min(end, Frames()); ++f) {
             w.gain[f - start] = gain[f];
-            for (int c = 0; c < channels; ++c) w.raw[(f - start) * channels + c] = raw[f * channels + c];
+            for (int c = 0; c < channels; ++c)
+                w.raw[(f - start) * channels + c] = raw[f * channels + c];
         }
         return w;
     }
 
     void Delete(int64_t start, int64_t end) {
-        if (end < start || end < 0) return;
+        if (end < start || end < 0)
+            return;
         const int64_t s = std::max<int64_t>(start, 0), e = std::min(end, Frames());
-        if (s < e) Erase(s, e);
+        if (s < e)
+            Erase(s, e);
     }
     void InsertSilence(int64_t p, int64_t n) {
-        if (n < 0) return;
+        if (n < 0)
+            return;
         if (p < 0) {
-            if (n < -p) return;
+            if (n < -p)
+                return;
             n += p;
             p = 0;
         }
@@ -69,7 +75,8 @@ struct Model {
         Insert(p, Zeros(channels, n));
     }
     void Paste(int64_t p, Model other) {
-        if (other.Frames() == 0) other.channels = channels;  // a fresh empty list is mono
+        if (other.Frames() == 0)
+            other.channels = channels;  // a fresh empty list is mono
         if (p > Frames()) {
             PadTo(p);
             Insert(p, other);
@@ -83,12 +90,15 @@ struct Model {
         }
     }
     void AmplifyAll(int32_t percent) {
-        if (percent == 100) return;
+        if (percent == 100)
+            return;
         const int64_t limit = percent <= 100 ? kMaxGain : int64_t{kMaxGain / percent} * 100;
-        for (auto& g : gain) g = limit > g ? static_cast<int32_t>(int64_t{g / 100} * percent) : kMaxGain;
+        for (auto& g : gain)
+            g = limit > g ? static_cast<int32_t>(int64_t{g / 100} * percent) : kMaxGain;
     }
     int32_t Sample(int64_t frame, int c) const {
-        if (frame < 0 || frame >= Frames()) return 0;
+        if (frame < 0 || frame >= Frames())
+            return 0;
         const int64_t s = raw[frame * channels + c], g = gain[frame];
         const int64_t v = (s >> 12) * (g >> 12) + (((s & 4095) * (g >> 12)) >> 12) +
                           (((s >> 12) * (g & 4095)) >> 12);
@@ -102,7 +112,7 @@ struct Snapshot {
 };
 
 class CutListOracle : public CutTankTest {
-protected:
+  protected:
     std::mt19937 rng_;
 
     int64_t Uniform(int64_t lo, int64_t hi) {
@@ -139,11 +149,13 @@ protected:
     void ExpectSame(const LCutListAudio& list, const Model& model) {
         ASSERT_EQ(list.GetLength(), model.Frames());
         ASSERT_EQ(list.GetChannels(), model.channels);
-        for (const LAudioCut& e : list.GetEntries()) ASSERT_GE(e.length, 1);
+        for (const LAudioCut& e : list.GetEntries())
+            ASSERT_GE(e.length, 1);
         auto source = list.MakeSource();
         ASSERT_EQ(source->GetLengthSample(), model.Frames());
         const int64_t from = Uniform(0, 2) == 0 ? Uniform(-40, model.Frames() + 20) : 0;
-        if (from != 0) source->Seek(static_cast<int32_t>(from));
+        if (from != 0)
+            source->Seek(static_cast<int32_t>(from));
         std::vector<int32_t> buf;
         for (int64_t at = from; at < model.Frames() + 8;) {
             const int32_t n = static_cast<int32_t>(Uniform(1, 3000));
@@ -152,7 +164,8 @@ protected:
             for (int64_t i = 0; i < n; ++i) {
                 for (int c = 0; c < model.channels; ++c) {
                     if (buf[i * model.channels + c] != model.Sample(at + i, c)) {
-                        FAIL() << "frame " << at + i << " channel " << c << " of " << model.Frames();
+                        FAIL() << "frame " << at + i << " channel " << c << " of "
+                               << model.Frames();
                     }
                 }
             }
@@ -167,13 +180,17 @@ protected:
         std::map<uint16_t, int> named;
         auto count = [&named](const LCutListAudio& l) {
             for (const LAudioCut& e : l.GetEntries()) {
-                if (!e.IsSilent()) ++named[e.ref];
+                if (!e.IsSilent())
+                    ++named[e.ref];
             }
         };
-        for (const auto* l : lists) count(*l);
-        for (const auto& s : snapshots) count(s.list);
+        for (const auto* l : lists)
+            count(*l);
+        for (const auto& s : snapshots)
+            count(s.list);
         EXPECT_EQ(Tank().GetCutsInUse(), named.size());
-        for (const auto& [cut, n] : named) EXPECT_EQ(Tank().GetRefCount(cut), n) << "cut " << cut;
+        for (const auto& [cut, n] : named)
+            EXPECT_EQ(Tank().GetRefCount(cut), n) << "cut " << cut;
     }
 
     void Run(uint8_t channels, uint32_t seed, int steps) {
@@ -186,12 +203,15 @@ protected:
 
         for (int step = 0; step < steps; ++step) {
             const int64_t len = model.Frames();
-            auto pos = [&] { return static_cast<int32_t>(Uniform(-len / 8 - 20, len + len / 8 + 20)); };
+            auto pos = [&] {
+                return static_cast<int32_t>(Uniform(-len / 8 - 20, len + len / 8 + 20));
+            };
             int32_t a = pos(), b = pos();
-            if (Uniform(0, 5) != 0 && a > b) std::swap(a, b);  // mostly in order
+            if (Uniform(0, 5) != 0 && a > b)
+                std::swap(a, b);  // mostly in order
             const int op = static_cast<int>(Uniform(0, 17));
             SCOPED_TRACE(::testing::Message() << "seed " << seed << " step " << step << " op " << op
-                                            << " a " << a << " b " << b << " length " << len);
+                                              << " a " << a << " b " << b << " length " << len);
             switch (op) {
                 case 0:
                     list.EfDelete(a, b);
@@ -199,11 +219,13 @@ protected:
                     break;
                 case 1:
                     list.EfCopy(a, b, clip);
-                    if (a <= b) clipModel = model.Window(a, b);
+                    if (a <= b)
+                        clipModel = model.Window(a, b);
                     break;
                 case 2:
                     list.EfCut(a, b, clip);
-                    if (a <= b) clipModel = model.Window(a, b);
+                    if (a <= b)
+                        clipModel = model.Window(a, b);
                     model.Delete(a, b);
                     break;
                 case 3:
@@ -227,7 +249,8 @@ protected:
                     model.InsertSilence(a, int64_t{b} - a);
                     break;
                 case 7: {
-                    if (len < 3000) break;  // crop only long lists, or they run dry
+                    if (len < 3000)
+                        break;  // crop only long lists, or they run dry
                     list.EfCrop(a, b);
                     int64_t s = a;
                     if (s >= 1) {
@@ -240,7 +263,8 @@ protected:
                 }
                 case 8:
                     list.EfTrimHead(a);
-                    if (a > 0) model.Delete(0, a);
+                    if (a > 0)
+                        model.Delete(0, a);
                     break;
                 case 9:
                     list.EfTrimTail(a);
@@ -251,7 +275,8 @@ protected:
                     const int32_t count = static_cast<int32_t>(Uniform(0, 3));
                     list.EfRepeat(a, end, count);
                     const Model range = a <= end ? model.Window(a, end) : Model::Zeros(1, 0);
-                    for (int k = 0; k < count; ++k) model.Paste(a, range);
+                    for (int k = 0; k < count; ++k)
+                        model.Paste(a, range);
                     break;
                 }
                 case 11: {
@@ -272,7 +297,8 @@ protected:
                     break;
                 }
                 case 13: {
-                    auto [fresh, freshModel] = FreshCut(channels, static_cast<int32_t>(Uniform(1, 700)));
+                    auto [fresh, freshModel] =
+                        FreshCut(channels, static_cast<int32_t>(Uniform(1, 700)));
                     list.EfPaste(a, fresh);
                     model.Paste(a, freshModel);
                     break;
@@ -290,10 +316,12 @@ protected:
                     break;
                 case 15:
                     list.EfCopy(a, b, list);
-                    if (a <= b) model = model.Window(a, b);
+                    if (a <= b)
+                        model = model.Window(a, b);
                     break;
                 case 16:
-                    if (snapshots.size() == 3) snapshots.erase(snapshots.begin());
+                    if (snapshots.size() == 3)
+                        snapshots.erase(snapshots.begin());
                     snapshots.push_back({list, model});
                     break;
                 default:
@@ -306,12 +334,14 @@ protected:
                 model.Delete(4000, model.Frames());
             }
             ExpectSame(list, model);
-            if (clipModel.Frames() > 0 || !clip.GetEntries().empty()) ExpectSame(clip, clipModel);
+            if (clipModel.Frames() > 0 || !clip.GetEntries().empty())
+                ExpectSame(clip, clipModel);
             if (!snapshots.empty()) {
                 const auto& s = snapshots[static_cast<size_t>(Uniform(0, snapshots.size() - 1))];
                 ExpectSame(s.list, s.model);
             }
-            if (HasFatalFailure() || HasFailure()) return;
+            if (HasFatalFailure() || HasFailure())
+                return;
         }
         ExpectCounts({&list, &clip}, snapshots);
     }

@@ -20,7 +20,7 @@
 namespace osmera::testing {
 
 class CutTankTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         Tank().Reset();
         Tank().SetFolder(dir_.Path().string());
@@ -57,7 +57,8 @@ protected:
     // `frames` frames read from `list` from frame `from` on.
     static std::vector<int32_t> ReadList(const LCutListAudio& list, int32_t from, int32_t frames) {
         auto source = list.MakeSource();
-        if (from != 0) source->Seek(from);
+        if (from != 0)
+            source->Seek(from);
         std::vector<int32_t> out(static_cast<size_t>(frames) * list.GetChannels());
         source->Read(out.data(), frames);
         return out;
@@ -74,7 +75,8 @@ protected:
 inline std::vector<int32_t> Ramp(int32_t frames, uint8_t channels, int32_t base = 0) {
     std::vector<int32_t> s(static_cast<size_t>(frames) * channels);
     for (int32_t i = 0; i < frames; ++i) {
-        for (int c = 0; c < channels; ++c) s[static_cast<size_t>(i) * channels + c] = (base + i + 1) * 16 + c;
+        for (int c = 0; c < channels; ++c)
+            s[static_cast<size_t>(i) * channels + c] = (base + i + 1) * 16 + c;
     }
     return s;
 }
