@@ -34,14 +34,16 @@ void LDetachedThread::Start(LDetachedThreadsOwner* owner, int priority) {
     std::shared_ptr<LThreadControl> control = control_;
     control->Prepare(priority);
     control->SetRunning(true);
-    if (owner) owner->Add(control);
+    if (owner)
+        owner->Add(control);
     try {
         // Once the thread exists it may end and delete this object at any moment.
         std::thread(&LDetachedThread::ThreadFunc, this, control, list).detach();
     } catch (const std::system_error&) {
         LTrace("LDetachedThread::Start Unable to CreateThread FAILED");
         control->SetRunning(false);
-        if (list) list->Remove(control);
+        if (list)
+            list->Remove(control);
         delete this;
         control->Finish();
     }
@@ -58,14 +60,17 @@ void LDetachedThread::ThreadFunc(LDetachedThread* bgp, std::shared_ptr<LThreadCo
     control->SetRunning(false);
     // Off the list first, so that the owner never waits for a thread that is gone; an
     // owner that already took it off is stopping it and waits for Finish below.
-    if (list) list->Remove(control);
+    if (list)
+        list->Remove(control);
     delete bgp;
     control->Finish();
 }
 
 LDetachedThreadsOwner::LDetachedThreadsOwner() : list_(std::make_shared<LDetachedThreadList>()) {}
 
-LDetachedThreadsOwner::~LDetachedThreadsOwner() { StopThreadsNow(kThreadStopTimeoutMs); }
+LDetachedThreadsOwner::~LDetachedThreadsOwner() {
+    StopThreadsNow(kThreadStopTimeoutMs);
+}
 
 void LDetachedThreadsOwner::Add(const std::shared_ptr<LThreadControl>& thread) {
     std::lock_guard<std::mutex> l(list_->lock);
@@ -74,7 +79,8 @@ void LDetachedThreadsOwner::Add(const std::shared_ptr<LThreadControl>& thread) {
 
 void LDetachedThreadsOwner::StopThreadsSoon() {
     std::lock_guard<std::mutex> l(list_->lock);
-    for (const auto& thread : list_->threads) thread->stopEvent.Set();
+    for (const auto& thread : list_->threads)
+        thread->stopEvent.Set();
 }
 
 void LDetachedThreadsOwner::StopThreadsNow(uint32_t timeoutMsEach) {
@@ -83,7 +89,8 @@ void LDetachedThreadsOwner::StopThreadsNow(uint32_t timeoutMsEach) {
         std::shared_ptr<LThreadControl> next;
         {
             std::lock_guard<std::mutex> l(list_->lock);
-            if (list_->threads.empty()) break;
+            if (list_->threads.empty())
+                break;
             next = std::move(list_->threads.front());
             list_->threads.pop_front();
         }

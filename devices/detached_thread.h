@@ -27,7 +27,7 @@ class LDetachedThreadsOwner;
 struct LDetachedThreadList;
 
 class LDetachedThread {
-public:
+  public:
     LDetachedThread();
     // Called by the thread itself, with the deletion, when the body ends. A thread that
     // was never started is deleted by its creator.
@@ -41,7 +41,7 @@ public:
     // ("LDetachedThread::Start Unable to CreateThread FAILED").
     void Start(LDetachedThreadsOwner* owner, int priority = kThreadPriorityNormal);
 
-protected:
+  protected:
     // The body, run on the new thread. It polls ShouldStop() between units of work.
     virtual void ThreadFunction();
 
@@ -49,7 +49,7 @@ protected:
     bool ShouldStop() const { return control_->ShouldStop(); }
     const LEvent& StopEvent() const { return control_->stopEvent; }
 
-private:
+  private:
     friend class LDetachedThreadsOwner;
     static void ThreadFunc(LDetachedThread* bgp, std::shared_ptr<LThreadControl> control,
                            std::shared_ptr<LDetachedThreadList> list);
@@ -58,7 +58,7 @@ private:
 };
 
 class LDetachedThreadsOwner {
-public:
+  public:
     LDetachedThreadsOwner();
     // Stops every listed thread (StopThreadsNow with kThreadStopTimeoutMs).
     ~LDetachedThreadsOwner();
@@ -75,7 +75,7 @@ public:
     // How many threads are listed now.
     size_t Count() const;
 
-private:
+  private:
     friend class LDetachedThread;
     // Appends a starting thread's run to the list.
     void Add(const std::shared_ptr<LThreadControl>& thread);

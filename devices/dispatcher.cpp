@@ -25,14 +25,16 @@ int LQueueDispatcher::Pump() {
         std::lock_guard<std::mutex> l(lock_);
         batch.swap(calls_);
     }
-    for (auto& call : batch) call();
+    for (auto& call : batch)
+        call();
     return static_cast<int>(batch.size());
 }
 
 int LQueueDispatcher::WaitAndPump(uint32_t timeoutMs) {
     {
         std::unique_lock<std::mutex> l(lock_);
-        posted_.wait_for(l, std::chrono::milliseconds(timeoutMs), [this] { return !calls_.empty(); });
+        posted_.wait_for(l, std::chrono::milliseconds(timeoutMs),
+                         [this] { return !calls_.empty(); });
     }
     return Pump();
 }
@@ -42,8 +44,12 @@ size_t LQueueDispatcher::Pending() const {
     return calls_.size();
 }
 
-void SetGuiDispatcher(LDispatcher* dispatcher) { gGuiDispatcher.store(dispatcher); }
+void SetGuiDispatcher(LDispatcher* dispatcher) {
+    gGuiDispatcher.store(dispatcher);
+}
 
-LDispatcher* GuiDispatcher() { return gGuiDispatcher.load(); }
+LDispatcher* GuiDispatcher() {
+    return gGuiDispatcher.load();
+}
 
 }  // namespace osmera

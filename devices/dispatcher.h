@@ -13,7 +13,7 @@
 namespace osmera {
 
 class LDispatcher {
-public:
+  public:
     virtual ~LDispatcher() = default;
     // Queues `call` to run later on the dispatcher's thread. Any thread; never waits for
     // the dispatcher's thread.
@@ -22,7 +22,7 @@ public:
 
 // A queue of calls, run by whoever pumps it.
 class LQueueDispatcher : public LDispatcher {
-public:
+  public:
     void Post(std::function<void()> call) override;
 
     // Runs, on the calling thread, the calls queued when it starts; calls they post run
@@ -32,7 +32,7 @@ public:
     int WaitAndPump(uint32_t timeoutMs);
     size_t Pending() const;
 
-private:
+  private:
     mutable std::mutex lock_;
     std::condition_variable posted_;
     std::deque<std::function<void()>> calls_;

@@ -89,10 +89,14 @@ LWaitResult WaitEitherEvent(const LEvent& first, const LEvent& second, uint32_t 
     second.RemoveWaiter(&waiter);
     // The state now wins over the order of the wake-ups, so a set stop event is reported
     // before work even when the work signal woke the wait.
-    if (first.IsSet()) return kWaitFirst;
-    if (second.IsSet()) return kWaitSecond;
-    if (fired & 1) return kWaitFirst;
-    if (fired & 2) return kWaitSecond;
+    if (first.IsSet())
+        return kWaitFirst;
+    if (second.IsSet())
+        return kWaitSecond;
+    if (fired & 1)
+        return kWaitFirst;
+    if (fired & 2)
+        return kWaitSecond;
     return kWaitTimeout;
 }
 

@@ -25,7 +25,7 @@ enum LWaitResult : uint8_t {
 };
 
 class LEvent {
-public:
+  public:
     explicit LEvent(bool signalled = false) : signalled_(signalled) {}
     LEvent(const LEvent&) = delete;
     LEvent& operator=(const LEvent&) = delete;
@@ -37,7 +37,7 @@ public:
     // A time-out of 0 only polls.
     bool Wait(uint32_t timeoutMs) const;
 
-private:
+  private:
     friend LWaitResult WaitEitherEvent(const LEvent&, const LEvent&, uint32_t);
     struct Waiter;
     struct Registration {

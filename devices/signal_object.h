@@ -18,7 +18,7 @@ constexpr LWaitResult kWaitStop = kWaitFirst;     // the stop event is set
 constexpr LWaitResult kWaitSignal = kWaitSecond;  // the signal is set
 
 class LSignalObject {
-public:
+  public:
     // A new manual-reset event, not set.
     LSignalObject();
     // Uses `event`, which another party may also hold. A null event makes every wait
@@ -38,7 +38,7 @@ public:
 
     const std::shared_ptr<LEvent>& Event() const { return hSignalObject; }
 
-private:
+  private:
     std::shared_ptr<LEvent> hSignalObject;
 };
 

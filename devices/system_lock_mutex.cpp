@@ -20,7 +20,8 @@ namespace {
 std::string LockFilePath(std::string name, const std::string& folder) {
     // A name is one file name, whatever it holds.
     std::replace(name.begin(), name.end(), '/', '_');
-    if (!folder.empty()) return (std::filesystem::path(folder) / (name + ".lock")).string();
+    if (!folder.empty())
+        return (std::filesystem::path(folder) / (name + ".lock")).string();
     const char* runtime = std::getenv("XDG_RUNTIME_DIR");
     if (runtime != nullptr && *runtime != '\0') {
         return (std::filesystem::path(runtime) / (name + ".lock")).string();
@@ -28,7 +29,8 @@ std::string LockFilePath(std::string name, const std::string& folder) {
     // The temporary folder is shared by every user: the user id keeps the lock per user.
     std::error_code ec;
     std::filesystem::path temp = std::filesystem::temp_directory_path(ec);
-    if (ec) temp = "/tmp";
+    if (ec)
+        temp = "/tmp";
     return (temp / (name + "-" + std::to_string(getuid()) + ".lock")).string();
 }
 
@@ -39,11 +41,13 @@ LSystemLockMutex::LSystemLockMutex(const std::string& name, const std::string& f
     // Close-on-exec: a coder program started by the editor must not inherit the lock and
     // keep it after the editor has ended.
     fd_ = open(path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (fd_ < 0) LTrace("LSystemLockMutex::LSystemLockMutex CreateMutex FAILED");
+    if (fd_ < 0)
+        LTrace("LSystemLockMutex::LSystemLockMutex CreateMutex FAILED");
 }
 
 LSystemLockMutex::~LSystemLockMutex() {
-    if (fd_ >= 0) close(fd_);
+    if (fd_ >= 0)
+        close(fd_);
 }
 
 bool LSystemLockMutex::Lock(uint32_t timeoutMs) {
@@ -65,8 +69,10 @@ bool LSystemLockMutex::Lock(uint32_t timeoutMs) {
                     locked = true;
                     break;
                 }
-                if (errno != EWOULDBLOCK && errno != EINTR) break;
-                if (std::chrono::steady_clock::now() >= deadline) break;
+                if (errno != EWOULDBLOCK && errno != EINTR)
+                    break;
+                if (std::chrono::steady_clock::now() >= deadline)
+                    break;
                 std::this_thread::sleep_for(std::chrono::milliseconds(5));
             }
         }

@@ -19,7 +19,7 @@ namespace osmera {
 inline constexpr char kRunMutexName[] = "OsmeraRunMutex";
 
 class LSystemLockMutex {
-public:
+  public:
     // Opens the lock file of `name` (created when missing), in `folder` when given.
     // Not locked yet. "LSystemLockMutex::LSystemLockMutex CreateMutex FAILED" when the
     // file cannot be opened; every Lock then fails.
@@ -42,7 +42,7 @@ public:
     bool Unlock();
     bool IsLocked() const { return held_; }
 
-private:
+  private:
     std::string path_;
     int fd_ = -1;
     bool held_ = false;

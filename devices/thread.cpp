@@ -9,7 +9,9 @@ namespace osmera {
 
 LThread::LThread() : control_(std::make_shared<LThreadControl>(this)) {}
 
-LThread::~LThread() { StopThreadTimed(kThreadStopTimeoutMs); }
+LThread::~LThread() {
+    StopThreadTimed(kThreadStopTimeoutMs);
+}
 
 void LThread::Start(int priority) {
     std::lock_guard<std::mutex> lock(startLock_);
@@ -56,7 +58,8 @@ void LThread::ThreadFunc(LThread* bgp, std::shared_ptr<LThreadControl> control) 
 
 void LThread::StopThreadTimed(uint32_t timeoutMs) {
     std::lock_guard<std::mutex> lock(startLock_);
-    if (!thread_.joinable()) return;
+    if (!thread_.joinable())
+        return;
     std::shared_ptr<LThreadControl> control;
     {
         std::lock_guard<std::mutex> cl(controlLock_);
@@ -83,7 +86,8 @@ const LThreadControl& LThread::ControlForCaller(std::shared_ptr<LThreadControl>&
     // The worker's own run is found without touching the object, which a let-go body may
     // have outlived.
     LThreadControl* run = LThreadControl::Current();
-    if (run != nullptr && run->Owner() == this) return *run;
+    if (run != nullptr && run->Owner() == this)
+        return *run;
     std::lock_guard<std::mutex> cl(controlLock_);
     keep = control_;
     return *keep;

@@ -33,7 +33,7 @@
 namespace osmera {
 
 class LThread {
-public:
+  public:
     LThread();
     // Stops a thread that still runs (kThreadStopTimeoutMs).
     virtual ~LThread();
@@ -60,11 +60,11 @@ public:
     // Changes the running thread's priority (or the next thread's, when none runs).
     void SetPriority(int priority);
 
-protected:
+  protected:
     // The body, run on the new thread.
     virtual void ThreadFunction() = 0;
 
-private:
+  private:
     static void ThreadFunc(LThread* bgp, std::shared_ptr<LThreadControl> control);
     // The control of the calling worker when it runs this object's body, else the
     // object's current one (held through `keep` so that a let-go cannot free it).
@@ -72,7 +72,7 @@ private:
     // Joins a thread that has ended, or lets it go with a fresh control for the object.
     void Collect(bool ended);
 
-    std::mutex startLock_;  // serialises Start and StopThreadTimed
+    std::mutex startLock_;            // serialises Start and StopThreadTimed
     mutable std::mutex controlLock_;  // guards the control_ pointer, replaced on a let-go
     std::shared_ptr<LThreadControl> control_;
     std::thread thread_;  // joinable from Start until the thread is collected

@@ -49,7 +49,8 @@ bool LThreadControl::WaitDone(uint32_t timeoutMs) {
 bool LThreadControl::StopTimed(uint32_t timeoutMs) {
     stopEvent.Set();
     SetPriority(CurrentThreadPriority());
-    if (WaitDone(timeoutMs)) return true;
+    if (WaitDone(timeoutMs))
+        return true;
     // There is no safe way to end a thread from outside: it is left to finish on its own,
     // and it sees its stop event set at every later poll.
     LTrace("LThread::StopThreadTimed TimeOut ERROR");
@@ -61,7 +62,8 @@ void LThreadControl::SetPriority(int priority) {
     std::lock_guard<std::mutex> lock(mutex_);
     priority_ = priority;
     // The mutex keeps the thread from passing Finish meanwhile, so tid_ names it still.
-    if (tid_ != 0) ApplyThreadPriority(tid_, priority);
+    if (tid_ != 0)
+        ApplyThreadPriority(tid_, priority);
 }
 
 int LThreadControl::Priority() const {
@@ -69,7 +71,9 @@ int LThreadControl::Priority() const {
     return priority_;
 }
 
-LThreadControl* LThreadControl::Current() { return tlsCurrentRun; }
+LThreadControl* LThreadControl::Current() {
+    return tlsCurrentRun;
+}
 
 int CurrentThreadPriority() {
     LThreadControl* run = LThreadControl::Current();

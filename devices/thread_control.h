@@ -23,7 +23,7 @@ namespace osmera {
 constexpr uint32_t kThreadStopTimeoutMs = 5000;
 
 class LThreadControl {
-public:
+  public:
     // `owner` only identifies the object whose run this is; it is compared, never used.
     explicit LThreadControl(const void* owner) : owner_(owner) {}
     LThreadControl(const LThreadControl&) = delete;
@@ -61,7 +61,7 @@ public:
     // The run the calling thread is the worker of, or null on other threads.
     static LThreadControl* Current();
 
-private:
+  private:
     const void* owner_;
     std::atomic<bool> running_{false};
     mutable std::mutex mutex_;

@@ -21,7 +21,8 @@ LThreadQueuedNotify::LThreadQueuedNotify(std::function<void()> handler, LDispatc
       dispatcher_(dispatcher ? dispatcher : GuiDispatcher()),
       handler_(std::move(handler)) {
     link_->target = this;
-    if (dispatcher_ == nullptr) LTrace("LThreadQueuedNotify::LThreadQueuedNotify no dispatcher");
+    if (dispatcher_ == nullptr)
+        LTrace("LThreadQueuedNotify::LThreadQueuedNotify no dispatcher");
 }
 
 LThreadQueuedNotify::~LThreadQueuedNotify() {
@@ -30,10 +31,12 @@ LThreadQueuedNotify::~LThreadQueuedNotify() {
 }
 
 void LThreadQueuedNotify::Notify() {
-    if (dispatcher_ == nullptr) return;
+    if (dispatcher_ == nullptr)
+        return;
     {
         std::lock_guard<std::mutex> l(link_->lock);
-        if (link_->pending) return;
+        if (link_->pending)
+            return;
         link_->pending = true;
     }
     dispatcher_->Post([link = link_] { Deliver(link); });
@@ -47,11 +50,13 @@ void LThreadQueuedNotify::Deliver(const std::shared_ptr<Link>& link) {
         // Cleared before the handler runs: news that comes during the handler posts again.
         link->pending = false;
     }
-    if (target) target->EvNotify();
+    if (target)
+        target->EvNotify();
 }
 
 void LThreadQueuedNotify::EvNotify() {
-    if (handler_) handler_();
+    if (handler_)
+        handler_();
 }
 
 void LThreadQueuedNotifyText::SetText(int slot, std::string_view text) {
@@ -61,7 +66,8 @@ void LThreadQueuedNotifyText::SetText(int slot, std::string_view text) {
             size_t n = std::min(text.size(), static_cast<size_t>(kSlotChars - 1));
             // Step back over UTF-8 continuation bytes so a cut text stays valid.
             if (n < text.size()) {
-                while (n > 0 && (static_cast<unsigned char>(text[n]) & 0xC0) == 0x80) --n;
+                while (n > 0 && (static_cast<unsigned char>(text[n]) & 0xC0) == 0x80)
+                    --n;
             }
             slots_[slot].assign(text.data(), n);
             news_ |= static_cast<uint8_t>(1 << slot);
@@ -87,8 +93,10 @@ uint8_t LThreadQueuedNotifyText::TakeNews() {
 
 std::string LThreadQueuedNotifyText::Text(int slot) const {
     std::lock_guard<std::mutex> l(lock_);
-    if (slot == 0 || slot == 1) return slots_[slot];
-    if (slot == kAllocatedSlot && allocated_) return allocated_.get();
+    if (slot == 0 || slot == 1)
+        return slots_[slot];
+    if (slot == kAllocatedSlot && allocated_)
+        return allocated_.get();
     return {};
 }
 
@@ -96,7 +104,8 @@ void LThreadQueuedNotifyPosition::SetPosition(double position) {
     {
         std::lock_guard<std::mutex> l(lock_);
         const double change = position - position_;
-        if (!(change > 0.04 || change < -0.04)) return;
+        if (!(change > 0.04 || change < -0.04))
+            return;
         position_ = position;
     }
     Notify();

@@ -25,7 +25,7 @@
 namespace osmera {
 
 class LThreadQueuedNotify {
-public:
+  public:
     // `handler` runs on each delivered call (through EvNotify). A null `dispatcher` means
     // the GUI dispatcher set at this moment; with none at all, Notify does nothing
     // ("LThreadQueuedNotify::LThreadQueuedNotify no dispatcher").
@@ -38,11 +38,11 @@ public:
     // Queues a call of the handler unless one is queued already. Never blocks for long.
     void Notify();
 
-protected:
+  protected:
     // The handler, on the dispatcher's thread. Calls the function given at construction.
     virtual void EvNotify();
 
-private:
+  private:
     struct Link;
     static void Deliver(const std::shared_ptr<Link>& link);
 
@@ -54,7 +54,7 @@ private:
 // Carries texts from a worker: two slots of 260 characters (259 and the end mark) and one
 // slot allocated on first use that keeps its first text for the object's life.
 class LThreadQueuedNotifyText : public LThreadQueuedNotify {
-public:
+  public:
     static constexpr int kSlotChars = 260;
     static constexpr int kAllocatedSlot = 2;
     // Bits of the news flags: which slot got a text since the last TakeNews.
@@ -71,7 +71,7 @@ public:
     // The text of a slot; empty for an unknown slot or one not yet set.
     std::string Text(int slot) const;
 
-private:
+  private:
     mutable std::mutex lock_;
     std::string slots_[2];
     std::unique_ptr<char[]> allocated_;
@@ -82,7 +82,7 @@ private:
 // of more than 0.04 either way from the last posted value (0 at first); smaller changes,
 // and a change of exactly 0.04, are dropped.
 class LThreadQueuedNotifyPosition : public LThreadQueuedNotify {
-public:
+  public:
     using LThreadQueuedNotify::LThreadQueuedNotify;
 
     // Any thread.
@@ -90,7 +90,7 @@ public:
     // The last posted position.
     double Position() const;
 
-private:
+  private:
     mutable std::mutex lock_;
     double position_ = 0.0;
 };

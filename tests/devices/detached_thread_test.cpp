@@ -23,7 +23,8 @@ struct Probe {
 bool WaitUntil(const std::function<bool()>& done, int ms = 2000) {
     auto until = std::chrono::steady_clock::now() + milliseconds(ms);
     while (!done()) {
-        if (std::chrono::steady_clock::now() >= until) return false;
+        if (std::chrono::steady_clock::now() >= until)
+            return false;
         std::this_thread::sleep_for(milliseconds(1));
     }
     return true;
@@ -32,17 +33,18 @@ bool WaitUntil(const std::function<bool()>& done, int ms = 2000) {
 enum class Body { kUntilStopped, kSleepThenEnd, kIgnoreStopUntilReleased, kNotOverridden };
 
 class Worker : public LDetachedThread {
-public:
+  public:
     Worker(std::shared_ptr<Probe> probe, Body body, int sleepMs = 0)
         : probe_(std::move(probe)), body_(body), sleepMs_(sleepMs) {}
     ~Worker() override { ++probe_->deleted; }
 
-protected:
+  protected:
     void ThreadFunction() override {
         ++probe_->started;
         switch (body_) {
             case Body::kUntilStopped:
-                while (!ShouldStop()) std::this_thread::sleep_for(milliseconds(1));
+                while (!ShouldStop())
+                    std::this_thread::sleep_for(milliseconds(1));
                 break;
             case Body::kSleepThenEnd:
                 std::this_thread::sleep_for(milliseconds(sleepMs_));
@@ -56,7 +58,7 @@ protected:
         }
     }
 
-private:
+  private:
     std::shared_ptr<Probe> probe_;
     Body body_;
     int sleepMs_;
@@ -66,7 +68,8 @@ TEST(DetachedThread, FinishedThreadsLeaveTheListAndDeleteThemselves) {
     LTraceCapture trace;
     auto probe = std::make_shared<Probe>();
     LDetachedThreadsOwner owner;
-    for (int i = 0; i < 4; ++i) (new Worker(probe, Body::kSleepThenEnd, i))->Start(&owner);
+    for (int i = 0; i < 4; ++i)
+        (new Worker(probe, Body::kSleepThenEnd, i))->Start(&owner);
     (new Worker(probe, Body::kNotOverridden))->Start(&owner);
     (new Worker(probe, Body::kSleepThenEnd))->Start(nullptr);  // nobody's: still cleans up
     EXPECT_TRUE(WaitUntil([&] { return probe->deleted == 6; }));
@@ -91,7 +94,8 @@ TEST(DetachedThread, StopThreadsNowStopsEveryThreadOnce) {
     EXPECT_FALSE(trace.Contains("TimeOut"));
 
     // StopThreadsSoon only signals; the threads end on their own afterwards.
-    for (int i = 0; i < 3; ++i) (new Worker(probe, Body::kUntilStopped))->Start(&owner);
+    for (int i = 0; i < 3; ++i)
+        (new Worker(probe, Body::kUntilStopped))->Start(&owner);
     owner.StopThreadsSoon();
     EXPECT_TRUE(WaitUntil([&] { return probe->deleted == 15 && owner.Count() == 0; }));
 }

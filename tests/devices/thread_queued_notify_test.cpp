@@ -22,7 +22,8 @@ TEST(ThreadQueuedNotify, TextPostsCoalesceAndHandlerFindsTheNewest) {
         [&] {
             ++calls;
             news = self->TakeNews();
-            for (int i = 0; i < 3; ++i) texts[i] = self->Text(i);
+            for (int i = 0; i < 3; ++i)
+                texts[i] = self->Text(i);
         },
         &gui);
     self = &notify;
@@ -69,9 +70,9 @@ TEST(ThreadQueuedNotify, PositionPostsOnlyChangesAboveFourHundredths) {
         bool posts;
     };
     const Step steps[] = {
-        {0.03, false}, {0.04, false},  // exactly 0.04 from the first 0 is dropped
-        {0.05, true},  {0.08, false}, {0.0, true},   // a jump back of 0.05 posts
-        {-0.04, false}, {-0.05, true}, {1.0, true},   {1.03, false},
+        {0.03, false},  {0.04, false},               // exactly 0.04 from the first 0 is dropped
+        {0.05, true},   {0.08, false}, {0.0, true},  // a jump back of 0.05 posts
+        {-0.04, false}, {-0.05, true}, {1.0, true}, {1.03, false},
     };
     double last = 0.0;
     for (const auto& s : steps) {
@@ -80,7 +81,8 @@ TEST(ThreadQueuedNotify, PositionPostsOnlyChangesAboveFourHundredths) {
         notify.SetPosition(s.value);
         gui.Pump();
         EXPECT_EQ(calls - before, s.posts ? 1 : 0);
-        if (s.posts) last = s.value;
+        if (s.posts)
+            last = s.value;
         EXPECT_EQ(notify.Position(), last);
     }
 }
@@ -109,16 +111,17 @@ TEST(ThreadQueuedNotify, QueuedCallOutlivingTheNotifierDoesNothing) {
 
 // A worker reports positions while the test thread plays the GUI thread.
 class Reporter : public LThread {
-public:
+  public:
     explicit Reporter(LThreadQueuedNotifyPosition& notify) : notify_(notify) {}
     ~Reporter() override { StopThreadTimed(); }
 
-protected:
+  protected:
     void ThreadFunction() override {
-        for (int i = 1; i <= 200 && !ShouldStop(); ++i) notify_.SetPosition(i * 0.05);
+        for (int i = 1; i <= 200 && !ShouldStop(); ++i)
+            notify_.SetPosition(i * 0.05);
     }
 
-private:
+  private:
     LThreadQueuedNotifyPosition& notify_;
 };
 
@@ -131,14 +134,16 @@ TEST(ThreadQueuedNotify, WorkerReportsReachTheGuiThread) {
     {
         Reporter worker(notify);
         worker.Start();
-        while (worker.IsRunning()) gui.WaitAndPump(5);
+        while (worker.IsRunning())
+            gui.WaitAndPump(5);
         worker.StopThreadTimed(2000);
     }
     gui.Pump();
     ASSERT_FALSE(seen.empty());
     EXPECT_LE(seen.size(), 200u);
     EXPECT_DOUBLE_EQ(seen.back(), 10.0);
-    for (size_t i = 1; i < seen.size(); ++i) EXPECT_GT(seen[i], seen[i - 1]);
+    for (size_t i = 1; i < seen.size(); ++i)
+        EXPECT_GT(seen[i], seen[i - 1]);
 }
 
 }  // namespace

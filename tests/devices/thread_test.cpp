@@ -20,22 +20,23 @@ using std::chrono::milliseconds;
 
 // Runs `body` as the thread body; the body keeps what it needs in state it captured.
 class FunctionThread : public LThread {
-public:
+  public:
     explicit FunctionThread(std::function<void(LThread&)> body) : body_(std::move(body)) {}
     ~FunctionThread() override { StopThreadTimed(); }
 
-protected:
+  protected:
     void ThreadFunction() override {
         auto body = body_;
         body(*this);
     }
 
-private:
+  private:
     std::function<void(LThread&)> body_;
 };
 
 void PollUntilStopped(LThread& self) {
-    while (!self.ShouldStop()) std::this_thread::sleep_for(milliseconds(1));
+    while (!self.ShouldStop())
+        std::this_thread::sleep_for(milliseconds(1));
 }
 
 TEST(Thread, StartStopAndRestartLifecycle) {
@@ -77,7 +78,8 @@ TEST(Thread, StartAfterTheBodyReturnedRunsItAgain) {
     for (int i = 1; i <= 3; ++i) {
         t.Start();
         auto until = Clock::now() + milliseconds(2000);
-        while (t.IsRunning() && Clock::now() < until) std::this_thread::sleep_for(milliseconds(1));
+        while (t.IsRunning() && Clock::now() < until)
+            std::this_thread::sleep_for(milliseconds(1));
         EXPECT_EQ(runs, i);
     }
     EXPECT_FALSE(trace.Contains("already running"));
@@ -92,7 +94,8 @@ struct Stubborn {
 void StubbornBody(const std::shared_ptr<Stubborn>& s, LThread* self) {
     s->started.Set();
     s->release.Wait(kWaitInfinite);
-    if (self) s->sawStop = self->ShouldStop();
+    if (self)
+        s->sawStop = self->ShouldStop();
     s->finished.Set();
 }
 
@@ -177,8 +180,10 @@ TEST(Signal, WaitSignalDualReportsEitherStopFirst) {
         SCOPED_TRACE(testing::Message() << c.stop << c.signal);
         LEvent stop;
         LSignalObject work;
-        if (c.stop) stop.Set();
-        if (c.signal) work.Set();
+        if (c.stop)
+            stop.Set();
+        if (c.signal)
+            work.Set();
         auto before = Clock::now();
         EXPECT_EQ(work.WaitSignalDual(stop, 20), c.expected);
         if (c.expected == kWaitTimeout) {
