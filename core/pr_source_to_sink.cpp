@@ -46,7 +46,14 @@ int LPRSourceToSink::Process() {
         return kPumpFailed;
     }
 
+    // A converter that cannot do the conversion (rates too far apart) has an error of its
+    // own while it reports the sink's format: refuse it rather than write audio at the
+    // wrong speed.
     LSourceRef source = MatchFormat(source_, sink_->GetSampleRate(), sink_->GetChannels());
+    if (source->GetError() != kSourceOk) {
+        LTrace("LPRSourceToSink::Process Source Error");
+        return kPumpFailed;
+    }
     if (!FormatsAgree(*source, *sink_)) return kPumpFailed;
     if (source->GetPeak() > kPeak16Bit) source = LSourceRef(new LSRCPeakLimiter(source, kPeak16Bit));
 

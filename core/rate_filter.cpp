@@ -13,14 +13,16 @@ constexpr long double kRatioTolerance = 0.001L;
 constexpr long double kMaxStep = 1 << 30;
 
 // The nearest integer, halves away from zero.
-long double Nearest(long double v) { return std::round(v); }
+long double Nearest(long double v) {
+    return std::round(v);
+}
 
 }  // namespace
 
 double LRateFilter::BesselI0(double x) {
     // Term k is (x^2 / 4)^k / (k!)^2; each follows from the one before.
-    static constexpr double kFactors[] = {1.0 / 4, 1.0 / 16, 1.0 / 36, 1.0 / 64, 1.0 / 100,
-                                          1.0 / 144};
+    static constexpr double kFactors[] = {1.0 / 4,  1.0 / 16,  1.0 / 36,
+                                          1.0 / 64, 1.0 / 100, 1.0 / 144};
     const double xx = x * x;
     double term = 1.0;
     double sum = 1.0;
@@ -42,7 +44,8 @@ LRateFilter::LRateFilter(int32_t inRate, int32_t outRate, bool narrowCutoff) {
             bestDiff = diff;
             phases_ = p;
         }
-        if (diff < kRatioTolerance) break;
+        if (diff < kRatioTolerance)
+            break;
     }
     const long double step = ratio * phases_ + 0.5L;
     step_ = step >= 1 && step < kMaxStep + 1 ? static_cast<int32_t>(step) : 0;

@@ -13,7 +13,7 @@
 namespace osmera {
 
 class LRateFilter {
-public:
+  public:
     static constexpr int32_t kTaps = 63;
     // The tap that falls on the frame an output is centred on.
     static constexpr int32_t kCentreTap = kTaps / 2;
@@ -42,7 +42,7 @@ public:
     // cut after seven terms (enough for the window's small arguments).
     static double BesselI0(double x);
 
-private:
+  private:
     int32_t phases_ = 1;
     int32_t step_ = 1;
     double cutoff_ = 0.0;

@@ -20,16 +20,15 @@ void LSPConvChannels::Read(int32_t* buffer, int32_t frames) {
     }
 }
 
-LSPConvChannels2To1::LSPConvChannels2To1(LSourceRef inner)
-    : LSPConvChannels(std::move(inner), 1) {}
+LSPConvChannels2To1::LSPConvChannels2To1(LSourceRef inner) : LSPConvChannels(std::move(inner), 1) {}
 
 void LSPConvChannels2To1::Convert(const int32_t* in, int32_t* out, int32_t frames) const {
     const size_t step = innerChannels_;
-    for (int32_t i = 0; i < frames; ++i) out[i] = in[static_cast<size_t>(i) * step];
+    for (int32_t i = 0; i < frames; ++i)
+        out[i] = in[static_cast<size_t>(i) * step];
 }
 
-LSPConvChannels1To2::LSPConvChannels1To2(LSourceRef inner)
-    : LSPConvChannels(std::move(inner), 2) {}
+LSPConvChannels1To2::LSPConvChannels1To2(LSourceRef inner) : LSPConvChannels(std::move(inner), 2) {}
 
 void LSPConvChannels1To2::Convert(const int32_t* in, int32_t* out, int32_t frames) const {
     const size_t step = innerChannels_;

@@ -12,12 +12,12 @@ namespace osmera {
 // its frames, made once. Rate, peak, position, length and Seek are the inner source's.
 // Used by one thread at a time.
 class LSPConvChannels : public LSRCWrapBase {
-public:
+  public:
     static constexpr int32_t kBufferFrames = 8192;
 
     void Read(int32_t* buffer, int32_t frames) final;
 
-protected:
+  protected:
     LSPConvChannels(LSourceRef inner, uint8_t outChannels);
 
     // Converts `frames` inner frames in `in` (innerChannels_ each) into `out`.
@@ -25,7 +25,7 @@ protected:
 
     uint8_t innerChannels_;
 
-private:
+  private:
     std::vector<int32_t> buffer_;
 };
 
@@ -33,20 +33,20 @@ private:
 // bit. The right channel is dropped, not mixed in, so the level never changes. (Given
 // another channel count it keeps the first channel of each frame.)
 class LSPConvChannels2To1 final : public LSPConvChannels {
-public:
+  public:
     explicit LSPConvChannels2To1(LSourceRef inner);
 
-private:
+  private:
     void Convert(const int32_t* in, int32_t* out, int32_t frames) const override;
 };
 
 // Mono to stereo: each input sample goes to both channels. (Given a source with more
 // channels it duplicates the first channel of each frame.)
 class LSPConvChannels1To2 final : public LSPConvChannels {
-public:
+  public:
     explicit LSPConvChannels1To2(LSourceRef inner);
 
-private:
+  private:
     void Convert(const int32_t* in, int32_t* out, int32_t frames) const override;
 };
 

@@ -10,18 +10,15 @@ namespace {
 
 constexpr int32_t kLastStart = LSRCConvertRate::kBlockFrames - 1;
 constexpr int32_t kRowTaps = 64;  // the kernel's row: 63 taps and a 0
-// Scaled samples stay within this magnitude, which keeps every product below 2^31.
-constexpr uint32_t kScaledPeak = 32767;
 // The inner peak up to which the converter reports twice the inner peak.
 constexpr int32_t kDoublePeakLimit = 1048576;
+// The window buffers hold one frame beyond the window, always 0, which makes their size a
+// multiple of 16 frames as ScaleRateWindow wants.
+constexpr size_t kBufferFrames = LSRCConvertRate::kWindowFrames + 1;
 
 int32_t ClampTo32(int64_t v) {
     return static_cast<int32_t>(std::clamp<int64_t>(v, std::numeric_limits<int32_t>::min(),
                                                     std::numeric_limits<int32_t>::max()));
-}
-
-uint32_t Magnitude(int32_t v) {
-    return v < 0 ? 0u - static_cast<uint32_t>(v) : static_cast<uint32_t>(v);
 }
 
 }  // namespace
@@ -48,20 +45,21 @@ LSRCConvertRate::LSRCConvertRate(LSourceRef inner, int32_t targetRate, bool narr
     kernel_.accumulator = 0;
     kernel_.windowStart = kFirstStart;
     SetShift(0);
-    if (!supported_) return;
+    if (!supported_)
+        return;
 
     const size_t ch = channels;
-    samples_.assign(kWindowFrames * ch, 0);  // the history of a new converter is silence
-    window_.assign(kWindowFrames * ch, 0.0);
-    coefficients_.assign(static_cast<size_t>(phases) * kRowTaps * ch, 0.0);
+    samples_.assign(kBufferFrames * ch, 0);   // the history of a new converter is silence
+    window_.assign(kBufferFrames * ch, 0.0);  // one channel after the other
+    coefficients_.assign(static_cast<size_t>(phases) * kRowTaps, 0.0);
     for (int32_t j = 0; j < phases; ++j) {
-        double* row = coefficients_.data() + static_cast<size_t>(j) * kRowTaps * ch;
         for (int32_t k = 0; k < LRateFilter::kTaps; ++k) {
-            for (size_t c = 0; c < ch; ++c) row[k * ch + c] = filter_.Coefficient(j, k);
+            coefficients_[static_cast<size_t>(j) * kRowTaps + k] = filter_.Coefficient(j, k);
         }
     }
     kernel_.coefficients = coefficients_.data();
     kernel_.window = window_.data();
+    kernel_.channelStride = kBufferFrames;
 }
 
 void LSRCConvertRate::SetShift(int32_t shift) {
@@ -80,7 +78,6 @@ void LSRCConvertRate::Advance() {
 void LSRCConvertRate::Refill() {
     const size_t ch = channels;
     int32_t* const samples = samples_.data();
-    const size_t total = kWindowFrames * ch;
     const size_t history = kHistoryFrames * ch;
 
     // The last frames become the history, back at their full scale. Only a sample that
@@ -92,23 +89,14 @@ void LSRCConvertRate::Refill() {
     }
     inner_->Read(samples + history, kBlockFrames);
 
-    uint32_t largest = 0;
-    for (size_t i = 0; i < total; ++i) largest = std::max(largest, Magnitude(samples[i]));
-    int32_t shift = 0;
-    while ((largest >> shift) > kScaledPeak) ++shift;
-    if (shift > 0) {
-        const int64_t half = int64_t{1} << (shift - 1);
-        for (size_t i = 0; i < total; ++i) {
-            samples[i] = static_cast<int32_t>((static_cast<int64_t>(samples[i]) + half) >> shift);
-        }
-    }
-    SetShift(shift);
-    std::copy(samples, samples + total, window_.begin());
+    SetShift(ScaleRateWindow(samples, kBufferFrames, channels, kBlockFrames, window_.data(),
+                             kBufferFrames));
     kernel_.windowStart -= kBlockFrames;
 }
 
 void LSRCConvertRate::Read(int32_t* buffer, int32_t frames) {
-    if (frames <= 0) return;
+    if (frames <= 0)
+        return;
     if (!supported_) {
         LTrace("Multichannels (or 0) used when BUILD_SUPPORT_MULTICHANS is not set");
         return;
@@ -116,11 +104,13 @@ void LSRCConvertRate::Read(int32_t* buffer, int32_t frames) {
     Advance();
     int32_t done = 0;
     for (;;) {
-        while (kernel_.windowStart > kLastStart) Refill();
+        while (kernel_.windowStart > kLastStart)
+            Refill();
         int32_t* out = buffer + static_cast<size_t>(done) * channels;
         done += channels == 1 ? RunRateKernelMono(kernel_, out, frames - done)
                               : RunRateKernelStereo(kernel_, out, frames - done);
-        if (done == frames) return;
+        if (done == frames)
+            return;
     }
 }
 
@@ -147,7 +137,8 @@ void LSRCConvertRate::Seek(int32_t position) {
     kernel_.accumulator = static_cast<int32_t>(rest % phases);
     kernel_.windowStart = kBlockFrames;
     // The 63 frames around the first output become the next refill's history.
-    if (supported_) inner_->Read(samples_.data() + kBlockFrames * channels, kHistoryFrames);
+    if (supported_)
+        inner_->Read(samples_.data() + kBlockFrames * channels, kHistoryFrames);
     SetShift(0);
 }
 

@@ -27,7 +27,7 @@ namespace osmera {
 // samples are scaled down by the smallest shift that brings the block's largest
 // magnitude within 32767.
 class LSRCConvertRate : public LSRCWrapBase {
-public:
+  public:
     static constexpr int32_t kBlockFrames = 8192;
     static constexpr int32_t kHistoryFrames = LRateFilter::kTaps;
     static constexpr int32_t kWindowFrames = kHistoryFrames + kBlockFrames;
@@ -52,7 +52,7 @@ public:
     // The shift s the current window's samples were scaled down by.
     int32_t GetBlockShift() const { return shift_; }
 
-private:
+  private:
     void Advance();
     void Refill();
     void SetShift(int32_t shift);
@@ -61,12 +61,14 @@ private:
     static int32_t Scale(int64_t value, int64_t mul, int64_t div);
 
     LRateFilter filter_;
-    bool supported_;         // mono or stereo
-    int32_t shift_ = 0;      // s
+    bool supported_;     // mono or stereo
+    int32_t shift_ = 0;  // s
     LRateKernelState kernel_;
-    std::vector<int32_t> samples_;       // kWindowFrames interleaved frames
-    std::vector<double> window_;         // samples_ as doubles, for the kernel
-    std::vector<double> coefficients_;   // the kernel's table (see LRateKernelState)
+    // kWindowFrames interleaved frames and one more that stays 0, so that the per-block
+    // passes over the window run in whole groups of 16 samples.
+    std::vector<int32_t> samples_;
+    std::vector<double> window_;        // samples_ scaled, as doubles, for the kernel
+    std::vector<double> coefficients_;  // the kernel's table (see LRateKernelState)
 };
 
 }  // namespace osmera

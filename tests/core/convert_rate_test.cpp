@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
 #include "core/format_match.h"
 #include "core/generator_sources.h"
@@ -22,9 +21,9 @@ std::vector<int32_t> Signal(int32_t frames, int channels, double loudest = 52428
         const double envelope = loudest * (0.5 + 0.5 * std::sin(i * 0.0003));
         for (int c = 0; c < channels; ++c) {
             noise = noise * 1664525u + 1013904223u;
-            const double v = envelope * (0.6 * std::sin(i * (0.05 + 0.03 * c)) +
-                                         0.3 * std::sin(i * 0.71)) +
-                             static_cast<double>(noise >> 22) - 512.0;
+            const double v =
+                envelope * (0.6 * std::sin(i * (0.05 + 0.03 * c)) + 0.3 * std::sin(i * 0.71)) +
+                static_cast<double>(noise >> 22) - 512.0;
             s[static_cast<size_t>(i) * channels + c] =
                 static_cast<int32_t>(std::clamp(v, -loudest, loudest - 1));
         }
@@ -35,7 +34,7 @@ std::vector<int32_t> Signal(int32_t frames, int channels, double loudest = 52428
 // The converter's arithmetic written out plainly, one frame and one tap at a time with
 // 64-bit sums, to hold the fast converter to.
 class Reference {
-public:
+  public:
     Reference(const std::vector<int32_t>& input, int channels, const LRateFilter& filter)
         : in_(input), ch_(channels), f_(filter), buf_(8255 * channels, 0) {}
 
@@ -45,7 +44,8 @@ public:
         for (int32_t n = 0; n < frames; ++n) {
             ws_ += acc_ / p;
             acc_ %= p;
-            if (ws_ > 8191) Refill();
+            if (ws_ > 8191)
+                Refill();
             for (int c = 0; c < ch_; ++c) {
                 int64_t lo = 0, hi = 0;
                 for (int k = 0; k < 63; ++k) {
@@ -53,8 +53,8 @@ public:
                     (k < 32 ? lo : hi) += t;
                 }
                 const int32_t shift = 15 - s_;
-                out.push_back(static_cast<int32_t>(((lo >> 1) + (hi >> 1) + (1 << shift) / 2) >>
-                                                   shift));
+                out.push_back(
+                    static_cast<int32_t>(((lo >> 1) + (hi >> 1) + (1 << shift) / 2) >> shift));
             }
             acc_ += f_.Step();
         }
@@ -70,7 +70,7 @@ public:
         s_ = 0;
     }
 
-private:
+  private:
     void Take(int32_t* dst, int32_t frames) {
         const int32_t length = static_cast<int32_t>(in_.size()) / ch_;
         for (int32_t i = 0; i < frames; ++i, ++pos_) {
@@ -81,14 +81,18 @@ private:
     }
 
     void Refill() {
-        for (int i = 0; i < 63 * ch_; ++i) buf_[i] = buf_[8192 * ch_ + i] * (1 << s_);
+        for (int i = 0; i < 63 * ch_; ++i)
+            buf_[i] = buf_[8192 * ch_ + i] * (1 << s_);
         Take(&buf_[63 * ch_], 8192);
         int32_t m = 0;
-        for (int32_t v : buf_) m = std::max(m, std::abs(v));
+        for (int32_t v : buf_)
+            m = std::max(m, std::abs(v));
         s_ = 0;
-        while ((m >> s_) > 32767) ++s_;
+        while ((m >> s_) > 32767)
+            ++s_;
         if (s_ > 0) {
-            for (int32_t& v : buf_) v = (v + (1 << (s_ - 1))) >> s_;
+            for (int32_t& v : buf_)
+                v = (v + (1 << (s_ - 1))) >> s_;
         }
         ws_ -= 8192;
     }
@@ -135,7 +139,8 @@ TEST(RateFilter, Design) {
         EXPECT_EQ(f.Beta(), c.beta);
         // Phase 0 is symmetric about the centre tap, which holds 65536 * c rounded.
         EXPECT_EQ(f.Coefficient(0, 31), std::lround(65536 * c.cutoff));
-        for (int d = 1; d <= 31; ++d) EXPECT_EQ(f.Coefficient(0, 31 - d), f.Coefficient(0, 31 + d));
+        for (int d = 1; d <= 31; ++d)
+            EXPECT_EQ(f.Coefficient(0, 31 - d), f.Coefficient(0, 31 + d));
     }
     // Seven terms of the series: exact for 0, close to the true value for the window's
     // arguments, short of it for large ones.
@@ -161,7 +166,8 @@ TEST(ConvertRate, MatchesPlainArithmetic) {
         LSRCConvertRate conv(MakeRef<LSRCSampleVector>(c.in, c.channels, input), c.out);
         Reference ref(input, c.channels, conv.Filter());
         int32_t total = 0;
-        for (int32_t n : chunks) total += n;
+        for (int32_t n : chunks)
+            total += n;
         EXPECT_EQ(ReadAll(conv, chunks), ref.Read(total));
 
         // After a seek both go on from the same place, also at a phase other than 0.
@@ -250,7 +256,8 @@ TEST(ConvertRate, FullScaleSquareDoesNotWrap) {
             double exact = 0;
             for (int32_t k = 0; k < 63; ++k) {
                 const int64_t i = centre - 31 + k;
-                if (i >= 0) exact += f.Coefficient(phase, k) * (input[2 * i] / 65536.0);
+                if (i >= 0)
+                    exact += f.Coefficient(phase, k) * (input[2 * i] / 65536.0);
             }
             ASSERT_NEAR(got[2 * n], exact, 2.0) << n;
             ASSERT_EQ(got[2 * n + 1], got[2 * n]);
@@ -294,8 +301,8 @@ TEST(ConvertRate, StateOfTheConverter) {
     struct Case {
         int32_t inner, peak;
     };
-    for (const auto& c : {Case{kPeak16Bit, 1048544}, Case{1048576, 2097152},
-                          Case{1048577, 1048577}, Case{kPeakProcessed, kPeakProcessed}}) {
+    for (const auto& c : {Case{kPeak16Bit, 1048544}, Case{1048576, 2097152}, Case{1048577, 1048577},
+                          Case{kPeakProcessed, kPeakProcessed}}) {
         LSRCConvertRate conv(MakeRef<LSRCSampleVector>(44100, 1, std::vector<int32_t>(4), c.inner),
                              48000);
         EXPECT_EQ(conv.GetPeak(), c.peak);
@@ -305,7 +312,8 @@ TEST(ConvertRate, StateOfTheConverter) {
     std::vector<int32_t> untouched(30, 99);
     multi.Read(untouched.data(), 10);
     EXPECT_EQ(untouched, std::vector<int32_t>(30, 99));
-    EXPECT_TRUE(trace.Contains("Multichannels (or 0) used when BUILD_SUPPORT_MULTICHANS is not set"));
+    EXPECT_TRUE(
+        trace.Contains("Multichannels (or 0) used when BUILD_SUPPORT_MULTICHANS is not set"));
 }
 
 }  // namespace
