@@ -1,15 +1,61 @@
 #include "cli/source_description.h"
 
+#include <sndfile.h>
+
+#include <cctype>
+
 #include "formats/src_pcm_file_base.h"
-#include "formats/src_snd_file.h"
 
 namespace osmera::cli {
+namespace {
 
-LSourceDescription DescribeSource(LSoundSourceBase& source) {
-    if (auto* pcm = dynamic_cast<LSRCPCMFileBase*>(&source)) {
-        return {"wav-pcm", pcm->GetBytesPerSample() * 8};
+struct Encoding {
+    int subtype;
+    const char* name;
+    int32_t bits;
+};
+
+constexpr Encoding kEncodings[] = {
+    {SF_FORMAT_PCM_S8, "pcm", 8},       {SF_FORMAT_PCM_U8, "pcm", 8},
+    {SF_FORMAT_PCM_16, "pcm", 16},      {SF_FORMAT_PCM_24, "pcm", 24},
+    {SF_FORMAT_PCM_32, "pcm", 32},      {SF_FORMAT_FLOAT, "float", 32},
+    {SF_FORMAT_DOUBLE, "double", 64},   {SF_FORMAT_ULAW, "ulaw", 8},
+    {SF_FORMAT_ALAW, "alaw", 8},        {SF_FORMAT_IMA_ADPCM, "ima-adpcm", 0},
+    {SF_FORMAT_MS_ADPCM, "ms-adpcm", 0}, {SF_FORMAT_GSM610, "gsm610", 0},
+    {SF_FORMAT_VORBIS, "vorbis", 0},
+};
+
+// The container's usual file extension ("wav", "aiff", "flac"...), from libsndfile.
+std::string ContainerName(int format) {
+    SF_FORMAT_INFO info{};
+    info.format = format & SF_FORMAT_TYPEMASK;
+    if (sf_command(nullptr, SFC_GET_FORMAT_INFO, &info, sizeof info) != 0 || !info.extension) {
+        return "audio";
     }
-    return {"decoded", 16};
+    std::string name = info.extension;
+    for (char& c : name) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return name;
+}
+
+}  // namespace
+
+LSourceDescription DescribeSource(LSoundSourceBase& source, const std::string& path) {
+    if (auto* pcm = dynamic_cast<LSRCPCMFileBase*>(&source)) {
+        const int32_t bits = pcm->GetBytesPerSample() * 8;
+        return {"wav-pcm", bits, bits};
+    }
+    SF_INFO info{};
+    SNDFILE* f = sf_open(path.c_str(), SFM_READ, &info);
+    if (!f) return {"decoded", 0, 16};
+    sf_close(f);
+    const int subtype = info.format & SF_FORMAT_SUBMASK;
+    for (const Encoding& e : kEncodings) {
+        if (e.subtype != subtype) continue;
+        // Decoded audio carries 16-bit precision; only wider PCM keeps its width.
+        const int32_t keep = std::string(e.name) == "pcm" ? e.bits : 16;
+        return {ContainerName(info.format) + "-" + e.name, e.bits, keep};
+    }
+    return {ContainerName(info.format), 0, 16};
 }
 
 }  // namespace osmera::cli

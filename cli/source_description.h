@@ -10,10 +10,12 @@
 namespace osmera::cli {
 
 struct LSourceDescription {
-    std::string format;  // "wav-pcm", or the decoder's name for the encoding
-    int32_t bits;        // sample width of the file, 16 for decoded encodings
+    std::string format;  // container and encoding: "wav-pcm", "wav-float", "flac-pcm", ...
+    int32_t bits;        // the file's sample width; 0 when the encoding has none (ADPCM, Vorbis)
+    int32_t writeBits;   // the PCM width a conversion keeps by default
 };
 
-LSourceDescription DescribeSource(LSoundSourceBase& source);
+// `source` was opened from `path`.
+LSourceDescription DescribeSource(LSoundSourceBase& source, const std::string& path);
 
 }  // namespace osmera::cli
