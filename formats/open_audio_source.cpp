@@ -27,10 +27,12 @@ LSourceRef OpenAudioSource(const std::string& path) {
     // Only "not a usable WAV file" is worth a second reader, and only for a file that is
     // not WAV at all: a WAV file the WAV reader refuses (corrupt, or a rate or channel
     // count out of range) stays refused.
-    if (wave->GetError() != kSourceBadParams || StartsAsWave(path)) return wave;
+    if (wave->GetError() != kSourceBadParams || StartsAsWave(path))
+        return wave;
 
     LSourceRef other = MakeRef<LSRCSndFile>(path);
-    if (other->GetError() == kSourceOk) return other;
+    if (other->GetError() == kSourceOk)
+        return other;
     LTracef("OpenAudioSource neither WAV nor a format libsndfile reads: %s", path.c_str());
     return MakeFailedSource(kSourceBadParams);
 }

@@ -10,8 +10,7 @@ std::string OpenErrorMessage(uint8_t code, const std::string& fileName) {
         case kSourceBadParams:
             return "Cannot open the file " + quoted + " because it is corrupt.";
         case kSourceNotOpened:
-            return "Cannot open the file " + quoted +
-                   ". Check it exists and you have read access.";
+            return "Cannot open the file " + quoted + ". Check it exists and you have read access.";
         case kSourceCodecFailed:
             return "Cannot open the file " + quoted +
                    " because the required ACM codec is not installed on this PC.\n\n"

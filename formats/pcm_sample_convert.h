@@ -13,7 +13,9 @@
 namespace osmera {
 
 // 8 bits, unsigned: (v - 128) * 4096.
-inline int32_t Pcm8ToInternal(const uint8_t* p) { return (static_cast<int32_t>(p[0]) - 128) * 4096; }
+inline int32_t Pcm8ToInternal(const uint8_t* p) {
+    return (static_cast<int32_t>(p[0]) - 128) * 4096;
+}
 
 // 16 bits, signed: v * 16.
 inline int32_t Pcm16ToInternal(const uint8_t* p) {

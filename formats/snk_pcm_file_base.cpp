@@ -42,7 +42,8 @@ LSNKPCMFileBase::LSNKPCMFileBase(const std::string& fileName, int32_t sampleRate
         LTrace("LSNKPCMFileBase::LSNKPCMFileBase SampleRate <= 0 ERROR");
         SetErrorBit();
     }
-    if (IsError()) return;  // leave the file alone
+    if (IsError())
+        return;  // leave the file alone
 
     if (!file_.Open(fileName, LFile::Mode::kReadWrite)) {
         LTracef("LSNKPCMFileBase::LSNKPCMFileBase unable to open file: %s", fileName.c_str());
@@ -59,8 +60,8 @@ LSNKPCMFileBase::LSNKPCMFileBase(const std::string& fileName, int32_t sampleRate
     int64_t offset = kHeaderBytes;
     if (position > 0) {
         const int64_t size = file_.Size();
-        offset = std::min(kHeaderBytes + int64_t{position} * blockAlign_,
-                          std::max(size, kHeaderBytes));
+        offset =
+            std::min(kHeaderBytes + int64_t{position} * blockAlign_, std::max(size, kHeaderBytes));
     }
     if (!PlaceAndCut(offset)) {
         NoteWriteFailure("LSNKPCMFileBase::LSNKPCMFileBase unable to cut file");
@@ -69,14 +70,17 @@ LSNKPCMFileBase::LSNKPCMFileBase(const std::string& fileName, int32_t sampleRate
 }
 
 LSNKPCMFileBase::~LSNKPCMFileBase() {
-    if (!finished_) Finish();
+    if (!finished_)
+        Finish();
 }
 
 void LSNKPCMFileBase::Write(const int32_t* buffer, int32_t frames) {
-    if (IsError() || frames <= 0) return;
+    if (IsError() || frames <= 0)
+        return;
     position = static_cast<int32_t>(
         std::min<int64_t>(int64_t{position} + frames, std::numeric_limits<int32_t>::max()));
-    if (writeFailed_) return;  // the file is already incomplete; don't leave gaps in it
+    if (writeFailed_)
+        return;  // the file is already incomplete; don't leave gaps in it
     while (frames > 0) {
         const int32_t n = std::min(frames, kBufferFrames);
         Convert(buffer, fileBuffer_.data(), n * channels);
@@ -90,7 +94,8 @@ void LSNKPCMFileBase::Write(const int32_t* buffer, int32_t frames) {
 }
 
 void LSNKPCMFileBase::Seek(int32_t p) {
-    if (IsError()) return;
+    if (IsError())
+        return;
     if (p > position) {
         LTrace("LSNKPCMFileBase::Seek Position > sPosition");
         return;
@@ -106,9 +111,11 @@ void LSNKPCMFileBase::Seek(int32_t p) {
 }
 
 bool LSNKPCMFileBase::Finish() {
-    if (finished_) return finishResult_;
+    if (finished_)
+        return finishResult_;
     finished_ = true;
-    if (!file_.IsOpen()) return finishResult_ = false;
+    if (!file_.IsOpen())
+        return finishResult_ = false;
 
     const uint64_t dataBytes = uint64_t(std::max(position, 0)) * uint64_t(blockAlign_);
     bool headerOk = true;
@@ -119,7 +126,8 @@ bool LSNKPCMFileBase::Finish() {
     } else {
         const auto size = static_cast<uint32_t>(dataBytes);
         headerOk = WriteHeader(size + kRiffOverhead, size);
-        if (!headerOk) NoteWriteFailure("LSNKPCMFileBase::Finish unable to rewrite header");
+        if (!headerOk)
+            NoteWriteFailure("LSNKPCMFileBase::Finish unable to rewrite header");
     }
     file_.Close();
     SetErrorBit();  // accepts no more data
@@ -128,10 +136,10 @@ bool LSNKPCMFileBase::Finish() {
 
 bool LSNKPCMFileBase::WriteHeader(uint32_t riffSize, uint32_t dataSize) {
     // Template: stereo, 44100 Hz, 16 bits; the format fields are overwritten below.
-    uint8_t h[kHeaderBytes] = {'R', 'I', 'F', 'F', 0,   0,   0,   0,    'W', 'A', 'V', 'E',
-                               'f', 'm', 't', ' ', 18,  0,   0,   0,    1,   0,   2,   0,
-                               0x44, 0xAC, 0, 0,   0x88, 0x58, 0x01, 0, 2,   0,   16,  0,
-                               0,   0,   'd', 'a', 't', 'a', 0,   0,    0,   0};
+    uint8_t h[kHeaderBytes] = {'R',  'I',  'F', 'F', 0,    0,    0,    0, 'W', 'A', 'V', 'E',
+                               'f',  'm',  't', ' ', 18,   0,    0,    0, 1,   0,   2,   0,
+                               0x44, 0xAC, 0,   0,   0x88, 0x58, 0x01, 0, 2,   0,   16,  0,
+                               0,    0,    'd', 'a', 't',  'a',  0,    0, 0,   0};
     Put32(h + 4, riffSize);
     Put16(h + 22, channels);
     Put32(h + 24, static_cast<uint32_t>(sampleRate));
@@ -152,19 +160,23 @@ void LSNKPCMFileBase::NoteWriteFailure(const char* what) {
 }
 
 void LSNKPCMFile8::Convert(const int32_t* in, uint8_t* out, int32_t samples) const {
-    for (int32_t i = 0; i < samples; ++i) InternalToPcm8(in[i], out + i);
+    for (int32_t i = 0; i < samples; ++i)
+        InternalToPcm8(in[i], out + i);
 }
 
 void LSNKPCMFile16::Convert(const int32_t* in, uint8_t* out, int32_t samples) const {
-    for (int32_t i = 0; i < samples; ++i) InternalToPcm16(in[i], out + 2 * i);
+    for (int32_t i = 0; i < samples; ++i)
+        InternalToPcm16(in[i], out + 2 * i);
 }
 
 void LSNKPCMFile24::Convert(const int32_t* in, uint8_t* out, int32_t samples) const {
-    for (int32_t i = 0; i < samples; ++i) InternalToPcm24(in[i], out + 3 * i);
+    for (int32_t i = 0; i < samples; ++i)
+        InternalToPcm24(in[i], out + 3 * i);
 }
 
 void LSNKPCMFile32::Convert(const int32_t* in, uint8_t* out, int32_t samples) const {
-    for (int32_t i = 0; i < samples; ++i) InternalToPcm32(in[i], out + 4 * i);
+    for (int32_t i = 0; i < samples; ++i)
+        InternalToPcm32(in[i], out + 4 * i);
 }
 
 }  // namespace osmera

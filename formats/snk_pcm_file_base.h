@@ -24,7 +24,7 @@
 namespace osmera {
 
 class LSNKPCMFileBase : public LSoundSinkBase {
-public:
+  public:
     // Size of the header; the audio data begins here.
     static constexpr int64_t kHeaderBytes = 46;
     // Frames converted at once; Write splits larger blocks.
@@ -47,7 +47,7 @@ public:
     int32_t GetBytesPerSample() const { return bytesPerSample_; }
     int32_t GetBlockAlign() const { return blockAlign_; }
 
-protected:
+  protected:
     // Opens `fileName` for reading and writing, creating it when missing and keeping its
     // contents when present; writes the provisional header; then places the file at frame
     // `startFrame` (0 if negative; not beyond the file's end), takes that frame as the
@@ -59,7 +59,7 @@ protected:
     // Converts `samples` internal samples into file samples of this writer's width.
     virtual void Convert(const int32_t* in, uint8_t* out, int32_t samples) const = 0;
 
-private:
+  private:
     // Writes the header at byte 0 with the given sizes.
     bool WriteHeader(uint32_t riffSize, uint32_t dataSize);
     bool PlaceAndCut(int64_t offset);
@@ -75,42 +75,42 @@ private:
 };
 
 class LSNKPCMFile8 : public LSNKPCMFileBase {
-public:
+  public:
     LSNKPCMFile8(const std::string& fileName, int32_t sampleRate, int32_t startFrame,
                  uint8_t channels)
         : LSNKPCMFileBase(fileName, sampleRate, startFrame, 1, channels) {}
 
-protected:
+  protected:
     void Convert(const int32_t* in, uint8_t* out, int32_t samples) const override;
 };
 
 class LSNKPCMFile16 : public LSNKPCMFileBase {
-public:
+  public:
     LSNKPCMFile16(const std::string& fileName, int32_t sampleRate, int32_t startFrame,
                   uint8_t channels)
         : LSNKPCMFileBase(fileName, sampleRate, startFrame, 2, channels) {}
 
-protected:
+  protected:
     void Convert(const int32_t* in, uint8_t* out, int32_t samples) const override;
 };
 
 class LSNKPCMFile24 : public LSNKPCMFileBase {
-public:
+  public:
     LSNKPCMFile24(const std::string& fileName, int32_t sampleRate, int32_t startFrame,
                   uint8_t channels)
         : LSNKPCMFileBase(fileName, sampleRate, startFrame, 3, channels) {}
 
-protected:
+  protected:
     void Convert(const int32_t* in, uint8_t* out, int32_t samples) const override;
 };
 
 class LSNKPCMFile32 : public LSNKPCMFileBase {
-public:
+  public:
     LSNKPCMFile32(const std::string& fileName, int32_t sampleRate, int32_t startFrame,
                   uint8_t channels)
         : LSNKPCMFileBase(fileName, sampleRate, startFrame, 4, channels) {}
 
-protected:
+  protected:
     void Convert(const int32_t* in, uint8_t* out, int32_t samples) const override;
 };
 

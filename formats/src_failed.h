@@ -10,12 +10,14 @@
 namespace osmera {
 
 class LSRCFailed : public LSRCEmpty {
-public:
+  public:
     // `code` is one of the kSource* error codes (3 corrupt, 4 not opened, 5 no decoder).
     explicit LSRCFailed(uint8_t code) { SetError(code); }
 };
 
 // A new failed source with error `code`.
-inline LSourceRef MakeFailedSource(uint8_t code) { return LSourceRef(new LSRCFailed(code)); }
+inline LSourceRef MakeFailedSource(uint8_t code) {
+    return LSourceRef(new LSRCFailed(code));
+}
 
 }  // namespace osmera

@@ -11,13 +11,14 @@ namespace osmera {
 namespace {
 
 void Zero(int32_t* buffer, int64_t frames, int32_t channels) {
-    if (frames > 0) std::memset(buffer, 0, sizeof(int32_t) * static_cast<size_t>(frames * channels));
+    if (frames > 0)
+        std::memset(buffer, 0, sizeof(int32_t) * static_cast<size_t>(frames * channels));
 }
 
 }  // namespace
 
-LSRCPCMFileBase::LSRCPCMFileBase(LFile file, int64_t dataStart, int32_t length,
-                                 int32_t sampleRate, uint8_t channels, int32_t bytesPerSample)
+LSRCPCMFileBase::LSRCPCMFileBase(LFile file, int64_t dataStart, int32_t length, int32_t sampleRate,
+                                 uint8_t channels, int32_t bytesPerSample)
     : LSoundSourceBase(sampleRate, channels, kPeak16Bit),
       file_(std::move(file)),
       dataStart_(dataStart),
@@ -63,19 +64,23 @@ void LSRCPCMFileBase::Seek(int32_t position) {
 }
 
 void LSRCPCMFile8::Convert(const uint8_t* in, int32_t* out, int32_t samples) const {
-    for (int32_t i = 0; i < samples; ++i) out[i] = Pcm8ToInternal(in + i);
+    for (int32_t i = 0; i < samples; ++i)
+        out[i] = Pcm8ToInternal(in + i);
 }
 
 void LSRCPCMFile16::Convert(const uint8_t* in, int32_t* out, int32_t samples) const {
-    for (int32_t i = 0; i < samples; ++i) out[i] = Pcm16ToInternal(in + 2 * i);
+    for (int32_t i = 0; i < samples; ++i)
+        out[i] = Pcm16ToInternal(in + 2 * i);
 }
 
 void LSRCPCMFile24::Convert(const uint8_t* in, int32_t* out, int32_t samples) const {
-    for (int32_t i = 0; i < samples; ++i) out[i] = Pcm24ToInternal(in + 3 * i);
+    for (int32_t i = 0; i < samples; ++i)
+        out[i] = Pcm24ToInternal(in + 3 * i);
 }
 
 void LSRCPCMFile32::Convert(const uint8_t* in, int32_t* out, int32_t samples) const {
-    for (int32_t i = 0; i < samples; ++i) out[i] = Pcm32ToInternal(in + 4 * i);
+    for (int32_t i = 0; i < samples; ++i)
+        out[i] = Pcm32ToInternal(in + 4 * i);
 }
 
 }  // namespace osmera

@@ -17,7 +17,7 @@
 namespace osmera {
 
 class LSRCPCMFileBase : public LSoundSourceBase {
-public:
+  public:
     // The largest block converted at once; Read splits larger requests.
     static constexpr int32_t kBufferFrames = 8192;
 
@@ -31,7 +31,7 @@ public:
     int32_t GetBytesPerSample() const { return bytesPerSample_; }
     int32_t GetBlockAlign() const { return blockAlign_; }
 
-protected:
+  protected:
     // Takes over `file`, which stands at `dataStart`, the byte offset of the first frame.
     LSRCPCMFileBase(LFile file, int64_t dataStart, int32_t length, int32_t sampleRate,
                     uint8_t channels, int32_t bytesPerSample);
@@ -39,7 +39,7 @@ protected:
     // Converts `samples` file samples of this reader's width into internal samples.
     virtual void Convert(const uint8_t* in, int32_t* out, int32_t samples) const = 0;
 
-private:
+  private:
     // Reads at most kBufferFrames frames.
     void ReadBlock(int32_t* buffer, int32_t frames);
 
@@ -53,42 +53,42 @@ private:
 };
 
 class LSRCPCMFile8 : public LSRCPCMFileBase {
-public:
+  public:
     LSRCPCMFile8(LFile file, int64_t dataStart, int32_t length, int32_t sampleRate,
                  uint8_t channels)
         : LSRCPCMFileBase(std::move(file), dataStart, length, sampleRate, channels, 1) {}
 
-protected:
+  protected:
     void Convert(const uint8_t* in, int32_t* out, int32_t samples) const override;
 };
 
 class LSRCPCMFile16 : public LSRCPCMFileBase {
-public:
+  public:
     LSRCPCMFile16(LFile file, int64_t dataStart, int32_t length, int32_t sampleRate,
                   uint8_t channels)
         : LSRCPCMFileBase(std::move(file), dataStart, length, sampleRate, channels, 2) {}
 
-protected:
+  protected:
     void Convert(const uint8_t* in, int32_t* out, int32_t samples) const override;
 };
 
 class LSRCPCMFile24 : public LSRCPCMFileBase {
-public:
+  public:
     LSRCPCMFile24(LFile file, int64_t dataStart, int32_t length, int32_t sampleRate,
                   uint8_t channels)
         : LSRCPCMFileBase(std::move(file), dataStart, length, sampleRate, channels, 3) {}
 
-protected:
+  protected:
     void Convert(const uint8_t* in, int32_t* out, int32_t samples) const override;
 };
 
 class LSRCPCMFile32 : public LSRCPCMFileBase {
-public:
+  public:
     LSRCPCMFile32(LFile file, int64_t dataStart, int32_t length, int32_t sampleRate,
                   uint8_t channels)
         : LSRCPCMFileBase(std::move(file), dataStart, length, sampleRate, channels, 4) {}
 
-protected:
+  protected:
     void Convert(const uint8_t* in, int32_t* out, int32_t samples) const override;
 };
 

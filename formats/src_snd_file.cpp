@@ -26,10 +26,13 @@ namespace {
 using VirtualWav = LSRCSndFile::VirtualWav;
 
 void Put32(std::vector<uint8_t>& out, uint32_t v) {
-    for (int i = 0; i < 4; ++i) out.push_back(static_cast<uint8_t>(v >> (8 * i)));
+    for (int i = 0; i < 4; ++i)
+        out.push_back(static_cast<uint8_t>(v >> (8 * i)));
 }
 
-void PutId(std::vector<uint8_t>& out, const char* id) { out.insert(out.end(), id, id + 4); }
+void PutId(std::vector<uint8_t>& out, const char* id) {
+    out.insert(out.end(), id, id + 4);
+}
 
 // "RIFF" <size> "WAVE" "fmt " <size> <format> [pad] "data" <size>: the smallest WAV header
 // that libsndfile parses, with the data length limited to what the file holds.
@@ -45,20 +48,26 @@ std::vector<uint8_t> MakeHeader(const std::vector<uint8_t>& format, int64_t& dat
     PutId(h, "fmt ");
     Put32(h, formatSize);
     h.insert(h.end(), format.begin(), format.end());
-    if (formatSize & 1) h.push_back(0);
+    if (formatSize & 1)
+        h.push_back(0);
     PutId(h, "data");
     Put32(h, static_cast<uint32_t>(dataLength));
     return h;
 }
 
-sf_count_t VirtualLength(void* user) { return static_cast<VirtualWav*>(user)->Length(); }
+sf_count_t VirtualLength(void* user) {
+    return static_cast<VirtualWav*>(user)->Length();
+}
 
 sf_count_t VirtualSeek(sf_count_t offset, int whence, void* user) {
     auto* v = static_cast<VirtualWav*>(user);
     int64_t base = 0;
-    if (whence == SEEK_CUR) base = v->position;
-    if (whence == SEEK_END) base = v->Length();
-    if (offset < -base) return -1;  // before the start
+    if (whence == SEEK_CUR)
+        base = v->position;
+    if (whence == SEEK_END)
+        base = v->Length();
+    if (offset < -base)
+        return -1;  // before the start
     v->position = base + offset;
     return v->position;
 }
@@ -84,14 +93,19 @@ sf_count_t VirtualRead(void* out, sf_count_t count, void* user) {
     return done;
 }
 
-sf_count_t VirtualWrite(const void*, sf_count_t, void*) { return 0; }
+sf_count_t VirtualWrite(const void*, sf_count_t, void*) {
+    return 0;
+}
 
-sf_count_t VirtualTell(void* user) { return static_cast<VirtualWav*>(user)->position; }
+sf_count_t VirtualTell(void* user) {
+    return static_cast<VirtualWav*>(user)->position;
+}
 
 SF_VIRTUAL_IO virtualIo = {VirtualLength, VirtualSeek, VirtualRead, VirtualWrite, VirtualTell};
 
 void Zero(int32_t* buffer, int64_t frames, int32_t channels) {
-    if (frames > 0) std::memset(buffer, 0, sizeof(int32_t) * static_cast<size_t>(frames * channels));
+    if (frames > 0)
+        std::memset(buffer, 0, sizeof(int32_t) * static_cast<size_t>(frames * channels));
 }
 
 }  // namespace
@@ -99,7 +113,7 @@ void Zero(int32_t* buffer, int64_t frames, int32_t channels) {
 LSRCSndFile::LSRCSndFile(const std::string& path) : LSoundSourceBase(44100, 1, kPeak16Bit) {
     SF_INFO info{};
     sf_ = sf_open(path.c_str(), SFM_READ, &info);
-    Adopt(info.frames, info.samplerate, info.channels, path);
+    Adopt(info.frames, info.samplerate, info.channels, info.format, path);
 }
 
 LSRCSndFile::LSRCSndFile(LFile file, int64_t dataStart, uint32_t dataSize,
@@ -112,14 +126,16 @@ LSRCSndFile::LSRCSndFile(LFile file, int64_t dataStart, uint32_t dataSize,
     virtual_->header = MakeHeader(format, virtual_->dataLength);
     SF_INFO info{};
     sf_ = sf_open_virtual(&virtualIo, SFM_READ, &info, virtual_.get());
-    Adopt(info.frames, info.samplerate, info.channels, "WAV data");
+    Adopt(info.frames, info.samplerate, info.channels, info.format, "WAV data");
 }
 
 LSRCSndFile::~LSRCSndFile() {
-    if (sf_) sf_close(sf_);
+    if (sf_)
+        sf_close(sf_);
 }
 
-void LSRCSndFile::Adopt(int64_t frames, int32_t rate, int32_t nChans, const std::string& what) {
+void LSRCSndFile::Adopt(int64_t frames, int32_t rate, int32_t nChans, int format,
+                        const std::string& what) {
     if (!sf_) {
         LTracef("LSRCSndFile::LSRCSndFile unable to decode %s: %s", what.c_str(),
                 sf_strerror(nullptr));
@@ -134,14 +150,16 @@ void LSRCSndFile::Adopt(int64_t frames, int32_t rate, int32_t nChans, const std:
         sf_ = nullptr;
         return;
     }
+    sndFileFormat_ = format;
     SetChannels(static_cast<uint8_t>(nChans));
     SetSampleRate(rate);
-    length_ = static_cast<int32_t>(
-        std::clamp<int64_t>(frames, 0, std::numeric_limits<int32_t>::max()));
+    length_ =
+        static_cast<int32_t>(std::clamp<int64_t>(frames, 0, std::numeric_limits<int32_t>::max()));
 }
 
 void LSRCSndFile::Read(int32_t* buffer, int32_t frames) {
-    if (frames <= 0) return;
+    if (frames <= 0)
+        return;
     const int64_t p = position_;
     const int64_t end = p + frames;
     position_ = static_cast<int32_t>(std::min<int64_t>(end, std::numeric_limits<int32_t>::max()));
@@ -156,7 +174,8 @@ void LSRCSndFile::Read(int32_t* buffer, int32_t frames) {
         const int64_t want = std::min<int64_t>(last - first - done, kBufferFrames);
         decoded_.resize(static_cast<size_t>(want) * channels);
         const sf_count_t got = sf_readf_double(sf_, decoded_.data(), want);
-        if (got <= 0) break;
+        if (got <= 0)
+            break;
         // Full scale 1.0 becomes 524288; louder float data saturates there.
         for (int64_t i = 0; i < got * channels; ++i) {
             const double v = decoded_[static_cast<size_t>(i)];
@@ -166,14 +185,16 @@ void LSRCSndFile::Read(int32_t* buffer, int32_t frames) {
         }
         out += got * channels;
         done += got;
-        if (got < want) break;
+        if (got < want)
+            break;
     }
     Zero(out, end - first - done, channels);
 }
 
 void LSRCSndFile::Seek(int32_t position) {
     position_ = position;
-    if (!sf_) return;
+    if (!sf_)
+        return;
     const sf_count_t frame = std::clamp<int32_t>(position, 0, length_);
     if (sf_seek(sf_, frame, SEEK_SET) < 0) {
         LTracef("LSRCSndFile::Seek unable to seek to frame %d", static_cast<int>(frame));

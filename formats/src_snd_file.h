@@ -5,9 +5,10 @@
 //
 // Delivers the internal sample form (a 16-bit value times 16) with peak 524272, whatever
 // the coded width: libsndfile decodes to doubles of full scale 1.0, which become
-// round(v * 524288), saturating at +-524288 (float data may go beyond full scale). Frames before 0 and at or after the length read as zeros, and Read
-// always advances by exactly the frames asked. Error 5 when libsndfile cannot decode the
-// input, 3 when it reports a channel count or rate this program cannot hold.
+// round(v * 524288), saturating at +-524288 (float data may go beyond full scale). Frames before 0
+// and at or after the length read as zeros, and Read always advances by exactly the frames asked.
+// Error 5 when libsndfile cannot decode the input, 3 when it reports a channel count or rate this
+// program cannot hold.
 //
 // Owns its input (the file and the decoder) until destroyed. One thread at a time.
 
@@ -24,7 +25,7 @@ struct sf_private_tag;  // libsndfile's SNDFILE
 namespace osmera {
 
 class LSRCSndFile : public LSoundSourceBase {
-public:
+  public:
     // The largest block decoded at once; Read splits larger requests.
     static constexpr int32_t kBufferFrames = 8192;
 
@@ -45,20 +46,25 @@ public:
     // Records `position` and places the decoder at that frame, clamped to [0, length].
     void Seek(int32_t position) override;
 
+    // libsndfile's format code of the input (container | encoding, SF_FORMAT_*), 0 when it
+    // could not be opened.
+    int GetSndFileFormat() const { return sndFileFormat_; }
+
     // The input presented to libsndfile when decoding WAV data: a canonical header made
     // from the format block, followed by the data bytes of the file. Public only so that
     // the libsndfile callbacks can reach it.
     struct VirtualWav;
 
-private:
+  private:
     // Takes the stream's format and length once libsndfile has opened it (`sf_` set), or
     // records error 5 when it could not (`sf_` null). `what` names the input for the trace.
-    void Adopt(int64_t frames, int32_t rate, int32_t nChans, const std::string& what);
+    void Adopt(int64_t frames, int32_t rate, int32_t nChans, int format, const std::string& what);
 
     std::unique_ptr<VirtualWav> virtual_;
     sf_private_tag* sf_ = nullptr;
     int32_t position_ = 0;
     int32_t length_ = 0;
+    int sndFileFormat_ = 0;
     std::vector<double> decoded_;
 };
 

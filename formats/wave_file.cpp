@@ -26,13 +26,17 @@ constexpr uint16_t kFormatExtensible = 0xFFFE;
 constexpr uint8_t kPcmSubFormat[16] = {0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x10, 0x00,
                                        0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71};
 
-uint16_t Get16(const uint8_t* p) { return static_cast<uint16_t>(p[0] | (p[1] << 8)); }
+uint16_t Get16(const uint8_t* p) {
+    return static_cast<uint16_t>(p[0] | (p[1] << 8));
+}
 
 uint32_t Get32(const uint8_t* p) {
     return static_cast<uint32_t>(Get16(p)) | (static_cast<uint32_t>(Get16(p + 2)) << 16);
 }
 
-bool IdIs(const uint8_t* p, const char* id) { return std::memcmp(p, id, 4) == 0; }
+bool IdIs(const uint8_t* p, const char* id) {
+    return std::memcmp(p, id, 4) == 0;
+}
 
 // A chunk size field as a signed count, padded to the next even number.
 int64_t PaddedSize(const uint8_t* p) {
@@ -50,10 +54,13 @@ bool Skip(LFile& file, int64_t bytes) {
 bool FindRiffWave(LFile& file) {
     for (;;) {
         uint8_t h[12];
-        if (file.Read(h, sizeof h) != sizeof h) return false;
-        if (IdIs(h, "RIFF") && IdIs(h + 8, "WAVE")) return true;
+        if (file.Read(h, sizeof h) != sizeof h)
+            return false;
+        if (IdIs(h, "RIFF") && IdIs(h + 8, "WAVE"))
+            return true;
         const int64_t size = PaddedSize(h + 4);
-        if (size < 5 || !Skip(file, size - 4)) return false;
+        if (size < 5 || !Skip(file, size - 4))
+            return false;
     }
 }
 
@@ -62,19 +69,22 @@ bool FindRiffWave(LFile& file) {
 bool FindChunk(LFile& file, const char* id, uint32_t& size) {
     for (;;) {
         uint8_t h[8];
-        if (file.Read(h, sizeof h) != sizeof h) return false;
+        if (file.Read(h, sizeof h) != sizeof h)
+            return false;
         if (IdIs(h, id)) {
             size = Get32(h + 4);
             return true;
         }
         const int64_t skip = PaddedSize(h + 4);
-        if (skip < 0 || !Skip(file, skip)) return false;
+        if (skip < 0 || !Skip(file, skip))
+            return false;
     }
 }
 
 bool IsPcm(const std::vector<uint8_t>& format) {
     const uint16_t tag = Get16(format.data());
-    if (tag == kFormatPcm) return true;
+    if (tag == kFormatPcm)
+        return true;
     // Extensible PCM: 22 extra bytes whose last 16 are the sub-format GUID.
     return tag == kFormatExtensible && format.size() >= 40 && Get16(format.data() + 16) >= 22 &&
            std::memcmp(format.data() + 24, kPcmSubFormat, sizeof kPcmSubFormat) == 0;
@@ -90,9 +100,12 @@ LSourceRef MakePcmReader(LFile file, int64_t dataStart, uint32_t dataSize, int32
     const auto length = static_cast<int32_t>(
         std::min<int64_t>(bytes / blockAlign, std::numeric_limits<int32_t>::max()));
     switch (width) {
-        case 1: return MakeRef<LSRCPCMFile8>(std::move(file), dataStart, length, rate, channels);
-        case 2: return MakeRef<LSRCPCMFile16>(std::move(file), dataStart, length, rate, channels);
-        case 3: return MakeRef<LSRCPCMFile24>(std::move(file), dataStart, length, rate, channels);
+        case 1:
+            return MakeRef<LSRCPCMFile8>(std::move(file), dataStart, length, rate, channels);
+        case 2:
+            return MakeRef<LSRCPCMFile16>(std::move(file), dataStart, length, rate, channels);
+        case 3:
+            return MakeRef<LSRCPCMFile24>(std::move(file), dataStart, length, rate, channels);
         default:
             return MakeRef<LSRCPCMFile32>(std::move(file), dataStart, length, rate, channels);
     }
@@ -101,12 +114,12 @@ LSourceRef MakePcmReader(LFile file, int64_t dataStart, uint32_t dataSize, int32
 // Stands for a writer of an unsupported width: its construction sets the error bit and
 // leaves the file alone, so it never converts anything.
 class LSNKPCMFileRejected : public LSNKPCMFileBase {
-public:
+  public:
     LSNKPCMFileRejected(const std::string& fileName, int32_t sampleRate, int32_t bytesPerSample,
                         uint8_t channels)
         : LSNKPCMFileBase(fileName, sampleRate, 0, bytesPerSample, channels) {}
 
-protected:
+  protected:
     void Convert(const int32_t*, uint8_t*, int32_t) const override {}
 };
 
@@ -137,9 +150,11 @@ LSourceRef LWaveFile::OpenSource(const std::string& fileName) {
         LTrace("LWaveFile::OpenSource fmt too short or too long!");
         return MakeFailedSource(kSourceBadParams);
     }
-    if (formatSize & 1) Skip(file, 1);  // the pad byte after an odd-sized chunk
+    if (formatSize & 1)
+        Skip(file, 1);  // the pad byte after an odd-sized chunk
     // A format block shorter than 18 bytes has no extra bytes; give it a zero count.
-    if (format.size() < 18) format.resize(18, 0);
+    if (format.size() < 18)
+        format.resize(18, 0);
 
     uint32_t dataSize = 0;
     if (!FindChunk(file, "data", dataSize)) {
@@ -155,9 +170,10 @@ LSourceRef LWaveFile::OpenSource(const std::string& fileName) {
     }
     const int64_t dataStart = file.Tell();
     if (!IsPcm(format)) {
-        LSourceRef coded = MakeRef<LSRCSndFile>(std::move(file), dataStart, dataSize,
-                                                std::move(format));
-        if (coded->GetError() != kSourceOk) return MakeFailedSource(coded->GetError());
+        LSourceRef coded =
+            MakeRef<LSRCSndFile>(std::move(file), dataStart, dataSize, std::move(format));
+        if (coded->GetError() != kSourceOk)
+            return MakeFailedSource(coded->GetError());
         return coded;
     }
     return MakePcmReader(std::move(file), dataStart, dataSize, static_cast<int32_t>(rate),
@@ -168,10 +184,14 @@ LRef<LSNKPCMFileBase> LWaveFile::CreateSink(const std::string& fileName, int32_t
                                             int32_t startFrame, int32_t bytesPerSample,
                                             uint8_t channels) {
     switch (bytesPerSample) {
-        case 1: return MakeRef<LSNKPCMFile8>(fileName, sampleRate, startFrame, channels);
-        case 2: return MakeRef<LSNKPCMFile16>(fileName, sampleRate, startFrame, channels);
-        case 3: return MakeRef<LSNKPCMFile24>(fileName, sampleRate, startFrame, channels);
-        case 4: return MakeRef<LSNKPCMFile32>(fileName, sampleRate, startFrame, channels);
+        case 1:
+            return MakeRef<LSNKPCMFile8>(fileName, sampleRate, startFrame, channels);
+        case 2:
+            return MakeRef<LSNKPCMFile16>(fileName, sampleRate, startFrame, channels);
+        case 3:
+            return MakeRef<LSNKPCMFile24>(fileName, sampleRate, startFrame, channels);
+        case 4:
+            return MakeRef<LSNKPCMFile32>(fileName, sampleRate, startFrame, channels);
         default:
             return MakeRef<LSNKPCMFileRejected>(fileName, sampleRate, bytesPerSample, channels);
     }

@@ -19,7 +19,7 @@
 namespace osmera {
 
 class LWaveFile {
-public:
+  public:
     // Opens `fileName` as a source. Never null: on failure the source is an empty one
     // whose GetError() is 4 when the file could not be opened, 3 when it is not a usable
     // WAV file (corrupt, or channels and rate out of range), 5 when its coded data cannot

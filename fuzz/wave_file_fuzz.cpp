@@ -6,8 +6,8 @@
 #include <unistd.h>
 
 #include <cstddef>
-#include <cstdio>
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -16,14 +16,20 @@
 
 namespace {
 
+// One temporary file for the whole run, removed at exit.
+struct LTempFile {
+    LTempFile() {
+        const int fd = ::mkstemp(path.data());
+        if (fd >= 0)
+            ::close(fd);
+    }
+    ~LTempFile() { ::unlink(path.c_str()); }
+    std::string path = "/tmp/osmera-wave-fuzz-XXXXXX";
+};
+
 const std::string& TempPath() {
-    static const std::string path = [] {
-        std::string pattern = "/tmp/osmera-wave-fuzz-XXXXXX";
-        const int fd = ::mkstemp(pattern.data());
-        if (fd >= 0) ::close(fd);
-        return pattern;
-    }();
-    return path;
+    static const LTempFile file;
+    return file.path;
 }
 
 void Exercise(osmera::LSoundSourceBase& source) {
@@ -44,7 +50,8 @@ void Exercise(osmera::LSoundSourceBase& source) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string& path = TempPath();
     FILE* f = std::fopen(path.c_str(), "wb");
-    if (!f) return 0;
+    if (!f)
+        return 0;
     std::fwrite(data, 1, size, f);
     std::fclose(f);
 

@@ -107,9 +107,9 @@ TEST(PcmFile, WriteThenReadEveryWidth) {
         }
         const Bytes file = ReadBytes(path);
         ASSERT_EQ(file.size(), 46u + 8u * c.bytes);
-        EXPECT_EQ(file[34], 8 * c.bytes);                      // bits per sample
-        EXPECT_EQ(file[32], 2 * c.bytes);                      // block align
-        EXPECT_EQ(Get32(file, 28), 22050u * 2 * c.bytes);      // bytes per second
+        EXPECT_EQ(file[34], 8 * c.bytes);                  // bits per sample
+        EXPECT_EQ(file[32], 2 * c.bytes);                  // block align
+        EXPECT_EQ(Get32(file, 28), 22050u * 2 * c.bytes);  // bytes per second
 
         auto source = LWaveFile::OpenSource(path);
         ASSERT_EQ(source->GetError(), kSourceOk);
@@ -136,17 +136,19 @@ TEST(PcmFile, HeaderCarriesProvisionalThenFinalSizes) {
     ASSERT_EQ(file.size(), 86u);
     EXPECT_EQ(Get32(file, 4), 78u);
     EXPECT_EQ(Get32(file, 42), 40u);
-    EXPECT_EQ(Bytes(file.begin(), file.begin() + 46),
-              (Bytes{'R', 'I', 'F', 'F', 78, 0, 0, 0, 'W', 'A', 'V', 'E', 'f', 'm', 't', ' ',
-                     18, 0, 0, 0, 1, 0, 2, 0, 0x44, 0xAC, 0, 0, 0x10, 0xB1, 2, 0, 4, 0, 16, 0,
-                     0, 0, 'd', 'a', 't', 'a', 40, 0, 0, 0}));
+    EXPECT_EQ(
+        Bytes(file.begin(), file.begin() + 46),
+        (Bytes{'R', 'I', 'F', 'F', 78, 0, 0,   0,   'W',  'A',  'V', 'E', 'f',  'm',  't', ' ',
+               18,  0,   0,   0,   1,  0, 2,   0,   0x44, 0xAC, 0,   0,   0x10, 0xB1, 2,   0,
+               4,   0,   16,  0,   0,  0, 'd', 'a', 't',  'a',  40,  0,   0,    0}));
 }
 
 TEST(PcmFile, StartFrameKeepsEarlierFramesAndSeekCutsBack) {
     TempDir dir;
     const std::string path = dir.File("resume.wav");
     std::vector<int32_t> ramp(150);
-    for (int32_t i = 0; i < 150; ++i) ramp[static_cast<size_t>(i)] = i * 16;
+    for (int32_t i = 0; i < 150; ++i)
+        ramp[static_cast<size_t>(i)] = i * 16;
     LWaveFile::CreateSink(path, 8000, 0, 2, 1)->Write(ramp.data(), 150);
 
     const std::vector<int32_t> tail(10, -32);

@@ -43,9 +43,11 @@ bool WriteWithSndfile(const std::string& path, int format) {
     info.samplerate = kRate;
     info.channels = 2;
     info.format = format;
-    if (!sf_format_check(&info)) return false;
+    if (!sf_format_check(&info))
+        return false;
     SNDFILE* f = sf_open(path.c_str(), SFM_WRITE, &info);
-    if (!f) return false;
+    if (!f)
+        return false;
     // Float files hold full scale as 1.0.
     sf_command(f, SFC_SET_SCALE_INT_FLOAT_WRITE, nullptr, SF_TRUE);
     const auto s = Signal();
@@ -77,8 +79,8 @@ TEST(SndFile, CodedWavDataDecodes) {
         {"float", SF_FORMAT_WAV | SF_FORMAT_FLOAT, 1e-4},
         {"mu-law", SF_FORMAT_WAV | SF_FORMAT_ULAW, 0.03},
         {"A-law", SF_FORMAT_WAV | SF_FORMAT_ALAW, 0.03},
-        {"IMA ADPCM", SF_FORMAT_WAV | SF_FORMAT_IMA_ADPCM, 0.1},
-        {"MS ADPCM", SF_FORMAT_WAV | SF_FORMAT_MS_ADPCM, 0.1},
+        {"IMA ADPCM", SF_FORMAT_WAV | SF_FORMAT_IMA_ADPCM, 0.03},
+        {"MS ADPCM", SF_FORMAT_WAV | SF_FORMAT_MS_ADPCM, 0.02},
         {"extensible float", SF_FORMAT_WAVEX | SF_FORMAT_FLOAT, 1e-4},
         {"extensible PCM", SF_FORMAT_WAVEX | SF_FORMAT_PCM_16, 0.0},
     };
@@ -98,6 +100,10 @@ TEST(SndFile, CodedWavDataDecodes) {
             EXPECT_GE(source->GetLengthSample(), kFrames);
             EXPECT_LE(source->GetLengthSample(), kFrames + 2048);  // ADPCM fills its last block
             EXPECT_LE(RelativeError(*source), c.tolerance);
+            if (auto* coded = dynamic_cast<LSRCSndFile*>(source.Get())) {
+                EXPECT_EQ(coded->GetSndFileFormat() & SF_FORMAT_SUBMASK,
+                          c.format & SF_FORMAT_SUBMASK);
+            }
         }
     }
 }
@@ -145,7 +151,8 @@ TEST(SndFile, OtherFormatsOpenThroughTheGeneralOpener) {
     TempDir dir;
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        if (!WriteWithSndfile(dir.File(c.name), c.format)) continue;  // not in this build
+        if (!WriteWithSndfile(dir.File(c.name), c.format))
+            continue;  // not in this build
         auto source = OpenAudioSource(dir.File(c.name));
         ASSERT_EQ(source->GetError(), kSourceOk);
         EXPECT_EQ(source->GetLengthSample(), kFrames);

@@ -33,7 +33,8 @@ inline Bytes Chunk(const char* id, const Bytes& body, int64_t size = -1) {
     Bytes b(id, id + 4);
     Append32(b, static_cast<uint32_t>(size < 0 ? static_cast<int64_t>(body.size()) : size));
     b.insert(b.end(), body.begin(), body.end());
-    if (body.size() & 1) b.push_back(0);
+    if (body.size() & 1)
+        b.push_back(0);
     return b;
 }
 
@@ -68,8 +69,8 @@ inline Bytes operator+(Bytes a, const Bytes& b) {
 }
 
 inline void WriteBytes(const std::string& path, const Bytes& b) {
-    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(b.data()),
-                                                static_cast<std::streamsize>(b.size()));
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(b.data()), static_cast<std::streamsize>(b.size()));
 }
 
 inline Bytes ReadBytes(const std::string& path) {

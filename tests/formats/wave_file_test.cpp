@@ -24,11 +24,14 @@ using testing::WriteBytes;
 // `frames` mono 16-bit frames holding 1, 2, 3...
 Bytes Samples16(int frames, int channels = 1) {
     Bytes b;
-    for (int i = 1; i <= frames * channels; ++i) Append16(b, static_cast<uint32_t>(i));
+    for (int i = 1; i <= frames * channels; ++i)
+        Append16(b, static_cast<uint32_t>(i));
     return b;
 }
 
-Bytes Mono16(uint32_t rate = 8000) { return Chunk("fmt ", FormatBody(1, rate, 16)); }
+Bytes Mono16(uint32_t rate = 8000) {
+    return Chunk("fmt ", FormatBody(1, rate, 16));
+}
 
 struct Layout {
     const char* name;
@@ -45,13 +48,13 @@ TEST(WaveFile, ChunkWalkAndFormatChecks) {
     const Layout cases[] = {
         {"plain", Riff(Mono16() + data4), kSourceOk, 4, nullptr},
         {"junk before RIFF", junkBefore, kSourceOk, 4, nullptr},
-        {"LIST and fact between", Riff(Mono16() + Chunk("LIST", Bytes(6, 1)) +
-                                       Chunk("fact", Bytes(4, 2)) + data4),
+        {"LIST and fact between",
+         Riff(Mono16() + Chunk("LIST", Bytes(6, 1)) + Chunk("fact", Bytes(4, 2)) + data4),
          kSourceOk, 4, nullptr},
-        {"odd chunk with pad", Riff(Mono16() + Chunk("odd ", Bytes(3, 0x64)) + data4), kSourceOk,
+        {"odd chunk with pad", Riff(Mono16() + Chunk("odd ", Bytes(3, 0x64)) + data4), kSourceOk, 4,
+         nullptr},
+        {"fmt of 18 bytes", Riff(Chunk("fmt ", FormatBody(1, 8000, 16, 1, 18)) + data4), kSourceOk,
          4, nullptr},
-        {"fmt of 18 bytes", Riff(Chunk("fmt ", FormatBody(1, 8000, 16, 1, 18)) + data4),
-         kSourceOk, 4, nullptr},
         {"fmt of 8192 bytes", Riff(Chunk("fmt ", FormatBody(1, 8000, 16, 1, 8192)) + data4),
          kSourceOk, 4, nullptr},
         {"196000 Hz", Riff(Mono16(196000) + data4), kSourceOk, 4, nullptr},
@@ -64,8 +67,8 @@ TEST(WaveFile, ChunkWalkAndFormatChecks) {
          "LWaveFile::OpenSource fmt too short or too long!"},
         {"0 channels", Riff(Chunk("fmt ", FormatBody(0, 8000, 16)) + data4), kSourceBadParams, 0,
          "LWaveFile::OpenSource nChannels or nSamplesPerSec is invalid"},
-        {"256 channels", Riff(Chunk("fmt ", FormatBody(256, 8000, 16)) + data4),
-         kSourceBadParams, 0, "LWaveFile::OpenSource nChannels or nSamplesPerSec is invalid"},
+        {"256 channels", Riff(Chunk("fmt ", FormatBody(256, 8000, 16)) + data4), kSourceBadParams,
+         0, "LWaveFile::OpenSource nChannels or nSamplesPerSec is invalid"},
         {"196001 Hz", Riff(Mono16(196001) + data4), kSourceBadParams, 0,
          "LWaveFile::OpenSource nChannels or nSamplesPerSec is invalid"},
         {"no data", Riff(Mono16()), kSourceBadParams, 0,
@@ -144,7 +147,8 @@ TEST(WaveFile, MissingFileAndMessages) {
     EXPECT_TRUE(trace.Contains("LWaveFile::OpenSource Unable to Open File:"));
     EXPECT_EQ(LWaveFile::OpenSource(dir.Path().string())->GetError(), kSourceNotOpened);
 
-    EXPECT_EQ(OpenErrorMessage(3, "a.wav"), "Cannot open the file \"a.wav\" because it is corrupt.");
+    EXPECT_EQ(OpenErrorMessage(3, "a.wav"),
+              "Cannot open the file \"a.wav\" because it is corrupt.");
     EXPECT_EQ(OpenErrorMessage(4, "a.wav"),
               "Cannot open the file \"a.wav\". Check it exists and you have read access.");
     EXPECT_EQ(OpenErrorMessage(5, "a.wav"),
