@@ -50,7 +50,7 @@ int RunConvert(int argc, char** argv) {
     }
     const int32_t rate = rateArg ? static_cast<int32_t>(rateArg) : source->GetSampleRate();
     const auto channels = static_cast<uint8_t>(channelsArg ? channelsArg : source->GetChannels());
-    const int32_t bits = bitsArg ? static_cast<int32_t>(bitsArg) : DescribeSource(*source, in).writeBits;
+    const int32_t bits = bitsArg ? static_cast<int32_t>(bitsArg) : DescribeSource(*source).writeBits;
 
     LSafeReplace replace(out);
     auto sink = LWaveFile::CreateSink(replace.TempPath(), rate, 0, bits / 8, channels);

@@ -30,7 +30,7 @@ int RunInfo(int argc, char** argv) {
             exitCode = kExitFailed;
             continue;
         }
-        const LSourceDescription d = DescribeSource(*source, path);
+        const LSourceDescription d = DescribeSource(*source);
         const LSoundTime length(source->GetLengthSample(), source->GetSampleRate());
         std::printf("file=%s format=%s channels=%d rate=%d bits=%d frames=%d time=%s\n",
                     QuoteValue(path).c_str(), QuoteValue(d.format).c_str(), source->GetChannels(),

@@ -5,6 +5,7 @@
 #include <cctype>
 
 #include "formats/src_pcm_file_base.h"
+#include "formats/src_snd_file.h"
 
 namespace osmera::cli {
 namespace {
@@ -39,23 +40,22 @@ std::string ContainerName(int format) {
 
 }  // namespace
 
-LSourceDescription DescribeSource(LSoundSourceBase& source, const std::string& path) {
+LSourceDescription DescribeSource(LSoundSourceBase& source) {
     if (auto* pcm = dynamic_cast<LSRCPCMFileBase*>(&source)) {
         const int32_t bits = pcm->GetBytesPerSample() * 8;
         return {"wav-pcm", bits, bits};
     }
-    SF_INFO info{};
-    SNDFILE* f = sf_open(path.c_str(), SFM_READ, &info);
-    if (!f) return {"decoded", 0, 16};
-    sf_close(f);
-    const int subtype = info.format & SF_FORMAT_SUBMASK;
+    auto* decoded = dynamic_cast<LSRCSndFile*>(&source);
+    if (!decoded) return {"decoded", 0, 16};
+    const int format = decoded->GetSndFileFormat();
+    const int subtype = format & SF_FORMAT_SUBMASK;
     for (const Encoding& e : kEncodings) {
         if (e.subtype != subtype) continue;
         // Decoded audio carries 16-bit precision; only wider PCM keeps its width.
         const int32_t keep = std::string(e.name) == "pcm" ? e.bits : 16;
-        return {ContainerName(info.format) + "-" + e.name, e.bits, keep};
+        return {ContainerName(format) + "-" + e.name, e.bits, keep};
     }
-    return {ContainerName(info.format), 0, 16};
+    return {ContainerName(format), 0, 16};
 }
 
 }  // namespace osmera::cli

@@ -15,7 +15,6 @@ struct LSourceDescription {
     int32_t writeBits;   // the PCM width a conversion keeps by default
 };
 
-// `source` was opened from `path`.
-LSourceDescription DescribeSource(LSoundSourceBase& source, const std::string& path);
+LSourceDescription DescribeSource(LSoundSourceBase& source);
 
 }  // namespace osmera::cli
