@@ -6,5 +6,6 @@ namespace osmera::cli {
 
 int RunInfo(int argc, char** argv);
 int RunConvert(int argc, char** argv);
+int RunScript(int argc, char** argv);
 
 }  // namespace osmera::cli

@@ -24,18 +24,24 @@ const Command kCommands[] = {
      "convert IN OUT [--rate HZ] [--channels 1|2] [--bits 8|16|24|32]\n"
      "      Converts IN into the WAV file OUT (defaults: IN's rate, channels and width).\n"
      "      OUT is replaced only when the whole file was written.\n"},
+    {"run", osmera::cli::RunScript,
+     "run SCRIPT [--work-dir DIR]\n      Runs a script of editing commands (open, select, cut, "
+     "paste, undo, save...).\n"},
 };
 
 void PrintUsage(FILE* to) {
-    std::fputs("Usage: osmera-cli COMMAND [ARGS...]\n\nOsmera's audio engine from the command line.\n\n"
-               "Commands:\n",
-               to);
-    for (const auto& c : kCommands) std::fprintf(to, "  %s", c.usage);
-    std::fputs("\nOptions:\n  --help      show this help and exit\n"
-               "  --version   show the version and exit\n\n"
-               "Times are written h:mm:ss.hh (or seconds); exit codes: 0 done, 1 failed,\n"
-               "2 bad command line, 130 interrupted.\n",
-               to);
+    std::fputs(
+        "Usage: osmera-cli COMMAND [ARGS...]\n\nOsmera's audio engine from the command line.\n\n"
+        "Commands:\n",
+        to);
+    for (const auto& c : kCommands)
+        std::fprintf(to, "  %s", c.usage);
+    std::fputs(
+        "\nOptions:\n  --help      show this help and exit\n"
+        "  --version   show the version and exit\n\n"
+        "Times are written h:mm:ss.hh (or seconds); exit codes: 0 done, 1 failed,\n"
+        "2 bad command line, 130 interrupted.\n",
+        to);
 }
 
 }  // namespace
@@ -56,7 +62,8 @@ int main(int argc, char** argv) {
         return kExitOk;
     }
     for (const auto& c : kCommands) {
-        if (std::strcmp(argv[1], c.name) != 0) continue;
+        if (std::strcmp(argv[1], c.name) != 0)
+            continue;
         if (argc > 2 && (std::strcmp(argv[2], "--help") == 0 || std::strcmp(argv[2], "-h") == 0)) {
             std::printf("Usage: osmera-cli %s", c.usage);
             return kExitOk;

@@ -1,0 +1,285 @@
+// The editing commands of batch scripts: documents, selection and cursor, the clipboard,
+// edits of ranges, undo, information and saving. Each edit goes through the controller's
+// undo bracket exactly as the editor's menu commands do, so `undo` in a script behaves as
+// Ctrl+Z does in the editor.
+
+#include <algorithm>
+#include <string>
+
+#include "cli/script_commands.h"
+#include "core/sound_time.h"
+#include "edit/document_io.h"
+
+namespace osmera::cli {
+namespace {
+
+using Args = const LScriptArgs&;
+
+int32_t Rate(const LOMFile& doc) {
+    return static_cast<int32_t>(doc.audio.GetSampleRate());
+}
+
+std::string EditMessage(LEditResult result) {
+    switch (result) {
+        case LEditResult::kDone:
+            return {};
+        case LEditResult::kNoDocument:
+            return kNoDocumentMessage;
+        case LEditResult::kNoSelection:
+            return "nothing is selected (use select or select-all first)";
+        case LEditResult::kClipboardEmpty:
+            return "the clipboard is empty (use cut or copy first)";
+        case LEditResult::kChannelsDiffer:
+            return "the clipboard and the document differ in channels";
+    }
+    return "failed";
+}
+
+// Runs `edit` on the current document's selection inside the undo bracket; the cursor ends
+// at the selection's start.
+template <class Edit>
+std::string EditSelection(LScriptContext& ctx, const char* undoName, bool needSelection,
+                          Edit edit) {
+    LOMFile* doc = ctx.Document();
+    if (!doc)
+        return kNoDocumentMessage;
+    doc->ClampSelection();
+    if (needSelection && !doc->HasSelection())
+        return EditMessage(LEditResult::kNoSelection);
+    ctx.controller.StartModifyCurrentFile(undoName);
+    edit(*doc);
+    ctx.controller.EndModifyCurrentFile(doc->selStart, Rate(*doc));
+    return {};
+}
+
+// `text` in double quotes, with a tab written as \t and quotes and backslashes escaped.
+std::string Quoted(const std::string& text) {
+    std::string out = "\"";
+    for (char c : text) {
+        if (c == '\t') {
+            out += "\\t";
+        } else {
+            if (c == '"' || c == '\\')
+                out += '\\';
+            out += c;
+        }
+    }
+    return out + '"';
+}
+
+std::string Open(LScriptContext& ctx, Args args) {
+    std::string message;
+    ctx.controller.OpenDocument(args.Path(0), &ctx.progress, &message);
+    return message;
+}
+
+std::string CheckNew(Args args) {
+    if (args.Int(0) < 1 || args.Int(0) > 1000000)
+        return "the rate must be 1 to 1000000 Hz";
+    if (args.Int(1) < 1 || args.Int(1) > 2)
+        return "a document has 1 or 2 channels";
+    return {};
+}
+
+std::string New(LScriptContext& ctx, Args args) {
+    ctx.controller.NewDocument(static_cast<uint32_t>(args.Int(0)),
+                               static_cast<uint8_t>(args.Int(1)));
+    return {};
+}
+
+std::string Select(LScriptContext& ctx, Args args) {
+    LOMFile* doc = ctx.Document();
+    if (!doc)
+        return kNoDocumentMessage;
+    doc->SetSelection(args.Frames(0, Rate(*doc)), args.Frames(1, Rate(*doc)));
+    return {};
+}
+
+std::string SelectAll(LScriptContext& ctx, Args) {
+    LOMFile* doc = ctx.Document();
+    if (!doc)
+        return kNoDocumentMessage;
+    doc->SetSelection(0, doc->audio.GetLength());
+    return {};
+}
+
+std::string Cursor(LScriptContext& ctx, Args args) {
+    LOMFile* doc = ctx.Document();
+    if (!doc)
+        return kNoDocumentMessage;
+    doc->cursor = args.Frames(0, Rate(*doc));
+    return {};
+}
+
+std::string TrimStart(LScriptContext& ctx, Args) {
+    LOMFile* doc = ctx.Document();
+    if (!doc)
+        return kNoDocumentMessage;
+    ctx.controller.StartModifyCurrentFile("Trim Start");
+    doc->audio.EfTrimHead(doc->cursor);
+    doc->SetSelection(0, 0);
+    ctx.controller.EndModifyCurrentFile(0, Rate(*doc));
+    return {};
+}
+
+std::string TrimEnd(LScriptContext& ctx, Args) {
+    LOMFile* doc = ctx.Document();
+    if (!doc)
+        return kNoDocumentMessage;
+    ctx.controller.StartModifyCurrentFile("Trim End");
+    doc->audio.EfTrimTail(doc->cursor);
+    doc->ClampSelection();
+    ctx.controller.EndModifyCurrentFile(doc->audio.GetLength(), Rate(*doc));
+    return {};
+}
+
+std::string InsertSilence(LScriptContext& ctx, Args args) {
+    LOMFile* doc = ctx.Document();
+    if (!doc)
+        return kNoDocumentMessage;
+    const int32_t at = args.Frames(0, Rate(*doc));
+    const int32_t length = args.Frames(1, Rate(*doc));
+    if (length < 0)
+        return "the length of silence cannot be negative";
+    ctx.controller.StartModifyCurrentFile("Insert Silence");
+    doc->audio.EfInsertSilence(at, length);
+    const int32_t start = at < 0 ? 0 : at;
+    const int64_t inserted = at < 0 ? std::max<int64_t>(0, int64_t{length} + at) : length;
+    doc->SetSelection(
+        start, static_cast<int32_t>(std::min<int64_t>(start + inserted, doc->audio.GetLength())));
+    ctx.controller.EndModifyCurrentFile(start, Rate(*doc));
+    return {};
+}
+
+std::string Repeat(LScriptContext& ctx, Args args) {
+    const int32_t count = static_cast<int32_t>(args.Int(0));
+    return EditSelection(ctx, "Repeat", true, [count](LOMFile& doc) {
+        doc.audio.EfRepeat(doc.selStart, doc.selEnd, count);
+    });
+}
+
+std::string Amplify(LScriptContext& ctx, Args args) {
+    LOMFile* doc = ctx.Document();
+    if (!doc)
+        return kNoDocumentMessage;
+    doc->ClampSelection();
+    // Without a selection the whole document is amplified.
+    const bool whole = !doc->HasSelection();
+    const int32_t start = whole ? 0 : doc->selStart;
+    const int32_t end = whole ? doc->audio.GetLength() : doc->selEnd;
+    ctx.controller.StartModifyCurrentFile("Amplify");
+    doc->audio.EfAmplify(start, end, static_cast<int32_t>(args.Int(0)));
+    ctx.controller.EndModifyCurrentFile(start, Rate(*doc));
+    return {};
+}
+
+std::string Info(LScriptContext& ctx, Args) {
+    LOMFile* doc = ctx.Document();
+    if (!doc)
+        return kNoDocumentMessage;
+    const LSoundTime length(doc->audio.GetLength(), Rate(*doc));
+    const std::string line =
+        "name=" + Quoted(doc->GetDisplayName()) + " rate=" + std::to_string(Rate(*doc)) +
+        " channels=" + std::to_string(doc->audio.GetChannels()) +
+        " frames=" + std::to_string(length.GetSamples()) +
+        " time=" + LSoundTime::FormatHundredths(length.GetMilliseconds()) +
+        " entries=" + std::to_string(doc->audio.GetEntries().size()) +
+        " cursor=" + std::to_string(doc->cursor) + " selection=" + std::to_string(doc->selStart) +
+        "-" + std::to_string(doc->selEnd) + " modified=" + std::to_string(doc->modified) +
+        " undo=" + Quoted(ctx.controller.GetUndoMenuItem().text);
+    std::fprintf(ctx.out, "%s\n", line.c_str());
+    std::fflush(ctx.out);
+    return {};
+}
+
+std::string CheckSave(Args args) {
+    if (!args.HasOption("bits"))
+        return {};
+    const std::string& b = args.Option("bits");
+    if (b != "8" && b != "16" && b != "24" && b != "32")
+        return "--bits must be 8, 16, 24 or 32";
+    return {};
+}
+
+std::string Save(LScriptContext& ctx, Args args) {
+    if (!ctx.Document())
+        return kNoDocumentMessage;
+    const int32_t bits = args.HasOption("bits") ? std::stoi(args.Option("bits")) : 16;
+    std::string message;
+    ctx.controller.SaveCurrentFile(args.Count() ? args.Path(0) : std::string(), bits / 8,
+                                   &ctx.progress, &message);
+    return message;
+}
+
+std::string Close(LScriptContext& ctx, Args) {
+    LOMFile* doc = ctx.Document();
+    if (!doc)
+        return kNoDocumentMessage;
+    ctx.controller.CloseDocument(doc);
+    return {};
+}
+
+}  // namespace
+
+void RegisterEditScriptCommands(LScriptCommandTable& table) {
+    using A = LScriptArg;
+    table.Add({"open", "open PATH", {A::kPath}, 1, {}, Open});
+    table.Add({"new", "new RATE CHANNELS", {A::kInt, A::kInt}, 2, {}, New, CheckNew});
+    table.Add({"select", "select START END", {A::kTime, A::kTime}, 2, {}, Select});
+    table.Add({"select-all", "select-all", {}, 0, {}, SelectAll});
+    table.Add({"cursor", "cursor POS", {A::kTime}, 1, {}, Cursor});
+    table.Add({"cut", "cut", {}, 0, {}, [](LScriptContext& ctx, Args) {
+                   return EditMessage(ctx.controller.CmCut());
+               }});
+    table.Add({"copy", "copy", {}, 0, {}, [](LScriptContext& ctx, Args) {
+                   return EditMessage(ctx.controller.CmCopy());
+               }});
+    table.Add({"paste", "paste", {}, 0, {}, [](LScriptContext& ctx, Args) {
+                   return EditMessage(ctx.controller.CmPaste());
+               }});
+    table.Add({"paste-over", "paste-over", {}, 0, {}, [](LScriptContext& ctx, Args) {
+                   return EditMessage(ctx.controller.CmPasteOver());
+               }});
+    table.Add({"delete", "delete", {}, 0, {}, [](LScriptContext& ctx, Args) {
+                   return EditMessage(ctx.controller.CmDelete());
+               }});
+    table.Add({"trim", "trim", {}, 0, {}, [](LScriptContext& ctx, Args) {
+                   return EditMessage(ctx.controller.CmTrim());
+               }});
+    table.Add({"trim-start", "trim-start", {}, 0, {}, TrimStart});
+    table.Add({"trim-end", "trim-end", {}, 0, {}, TrimEnd});
+    table.Add({"silence", "silence", {}, 0, {}, [](LScriptContext& ctx, Args) {
+                   return EditSelection(ctx, "Silence", true, [](LOMFile& doc) {
+                       doc.audio.EfSilence(doc.selStart, doc.selEnd);
+                   });
+               }});
+    table.Add({"insert-silence",
+               "insert-silence POS LENGTH",
+               {A::kTime, A::kTime},
+               2,
+               {},
+               InsertSilence});
+    table.Add({"repeat", "repeat N", {A::kInt}, 1, {}, Repeat, [](Args args) -> std::string {
+                   if (args.Int(0) < 1 || args.Int(0) > 100000)
+                       return "N must be 1 to 100000";
+                   return {};
+               }});
+    table.Add(
+        {"amplify", "amplify PERCENT", {A::kInt}, 1, {}, Amplify, [](Args args) -> std::string {
+             if (args.Int(0) < 0 || args.Int(0) > 100000)
+                 return "the percentage must be 0 to 100000";
+             return {};
+         }});
+    table.Add({"undo", "undo", {}, 0, {}, [](LScriptContext& ctx, Args) -> std::string {
+                   if (!ctx.Document())
+                       return kNoDocumentMessage;
+                   ctx.controller.CmUndo();
+                   return {};
+               }});
+    table.Add({"info", "info", {}, 0, {}, Info});
+    table.Add(
+        {"save", "save [PATH] [--bits 8|16|24|32]", {A::kPath}, 0, {"bits"}, Save, CheckSave});
+    table.Add({"close", "close", {}, 0, {}, Close});
+}
+
+}  // namespace osmera::cli

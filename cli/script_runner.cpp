@@ -1,0 +1,81 @@
+#include "cli/script_runner.h"
+
+#include <filesystem>
+#include <fstream>
+
+#include "cli/args.h"
+#include "cli/script_words.h"
+
+namespace osmera::cli {
+namespace {
+
+struct ParsedLine {
+    int number;
+    const LScriptCommand* command;
+    LScriptArgs args;
+};
+
+}  // namespace
+
+LScriptRunner::LScriptRunner(const LScriptCommandTable& table, LDocumentController& controller,
+                             LProgress& progress, FILE* out, FILE* err)
+    : table_(table), context_{controller, progress, out}, err_(err) {}
+
+void LScriptRunner::Report(const std::string& script, int line, const std::string& message) {
+    std::fprintf(err_, "%s:%d: %s\n", script.c_str(), line, message.c_str());
+}
+
+int LScriptRunner::Run(const std::string& scriptPath) {
+    std::ifstream in(scriptPath);
+    if (!in) {
+        PrintError("cannot read the script " + scriptPath);
+        return kExitFailed;
+    }
+    const std::filesystem::path base =
+        std::filesystem::absolute(std::filesystem::path(scriptPath)).parent_path();
+
+    std::vector<ParsedLine> lines;
+    std::string text;
+    std::vector<std::string> words;
+    std::string error;
+    for (int number = 1; std::getline(in, text); ++number) {
+        if (!text.empty() && text.back() == '\r')
+            text.pop_back();
+        if (!SplitScriptLine(text, words, error)) {
+            Report(scriptPath, number, error);
+            return kExitUsage;
+        }
+        if (words.empty())
+            continue;
+        const LScriptCommand* command = table_.Find(words[0]);
+        if (!command) {
+            Report(scriptPath, number, "unknown command '" + words[0] + "'");
+            return kExitUsage;
+        }
+        LScriptArgs args({}, {}, base);
+        if (!ParseScriptArgs(*command, words, base, args, error)) {
+            Report(scriptPath, number, error);
+            return kExitUsage;
+        }
+        lines.push_back({number, command, std::move(args)});
+    }
+
+    for (const ParsedLine& line : lines) {
+        if (context_.progress.IsCancelled())
+            break;
+        const std::string message = line.command->run(context_, line.args);
+        if (context_.progress.IsCancelled())
+            break;
+        if (!message.empty()) {
+            Report(scriptPath, line.number, message);
+            return kExitFailed;
+        }
+    }
+    if (context_.progress.IsCancelled()) {
+        PrintError("interrupted; files not yet saved were left as they were");
+        return kExitCancelled;
+    }
+    return kExitOk;
+}
+
+}  // namespace osmera::cli

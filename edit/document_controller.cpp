@@ -1,0 +1,240 @@
+#include "edit/document_controller.h"
+
+#include <algorithm>
+
+#include "core/trace.h"
+#include "edit/document_io.h"
+
+namespace osmera {
+
+LDocumentController::LDocumentController(LSettingsStore& settings, LDocumentListener* listener)
+    : settings_(settings), listener_(listener ? listener : &noListener_) {}
+
+LDocumentController::~LDocumentController() = default;
+
+LOMFile& LDocumentController::NewDocument(uint32_t sampleRate, uint8_t channels) {
+    auto doc = std::make_unique<LOMFile>(sampleRate, channels);
+    doc->untitledIdx = GetUntitledIdx();
+    LOMFile& ref = *doc;
+    documents_.push_back(std::move(doc));
+    SetCurrent(&ref);
+    return ref;
+}
+
+int LDocumentController::OpenDocument(const std::string& path, LProgress* progress,
+                                      std::string* message) {
+    auto doc = std::make_unique<LOMFile>();
+    const int result = LoadAudioFile(path, doc->audio, progress, message);
+    if (result != kJobDone)
+        return result;
+    doc->path = path;
+    doc->ZoomAll();
+    LOMFile& ref = *doc;
+    documents_.push_back(std::move(doc));
+    SetCurrent(&ref);
+    return kJobDone;
+}
+
+int LDocumentController::SaveCurrentFile(const std::string& path, int32_t bytesPerSample,
+                                         LProgress* progress, std::string* message) {
+    if (!current_) {
+        if (message)
+            *message = "no document is open";
+        return kJobFailed;
+    }
+    const std::string target = path.empty() ? current_->path : path;
+    if (target.empty()) {
+        if (message)
+            *message = current_->GetDisplayName() + " has no file name yet";
+        return kJobFailed;
+    }
+    const int result = SaveAudioFile(current_->audio, target, bytesPerSample, progress, message);
+    if (result != kJobDone)
+        return result;
+    current_->path = target;
+    current_->modified = 0;
+    listener_->SaveEnabledChanged(IsSaveEnabled());
+    return kJobDone;
+}
+
+void LDocumentController::CloseDocument(LOMFile* doc) {
+    auto it = std::find_if(documents_.begin(), documents_.end(),
+                           [doc](const auto& d) { return d.get() == doc; });
+    if (it == documents_.end()) {
+        LTrace("LDocumentController::CloseDocument document not open");
+        return;
+    }
+    if (doc == current_)
+        listener_->StopPlayback();
+    it = documents_.erase(it);
+    if (doc != current_)
+        return;
+    LOMFile* next = nullptr;
+    if (it != documents_.end()) {
+        next = it->get();
+    } else if (!documents_.empty()) {
+        next = documents_.back().get();
+    }
+    current_ = nullptr;
+    SetCurrent(next);
+}
+
+void LDocumentController::SetCurrent(LOMFile* doc) {
+    current_ = doc;
+    UpdateUndoMenuItem();
+    listener_->SaveEnabledChanged(IsSaveEnabled());
+}
+
+uint32_t LDocumentController::GetUntitledIdx() const {
+    for (uint32_t idx = 1; idx <= 19; ++idx) {
+        const bool used = std::any_of(documents_.begin(), documents_.end(),
+                                      [idx](const auto& d) { return d->untitledIdx == idx; });
+        if (!used)
+            return idx;
+    }
+    return 1;
+}
+
+void LDocumentController::StartModifyCurrentFile(const std::string& undoName) {
+    if (!current_) {
+        LTrace("LDocumentController::StartModifyCurrentFile no current document");
+        return;
+    }
+    current_->RecordUndoStep(undoName);
+    current_->modified = 1;
+    listener_->SaveEnabledChanged(IsSaveEnabled());
+    UpdateUndoMenuItem();
+}
+
+void LDocumentController::EndModifyCurrentFile(int32_t position, int32_t preroll) {
+    if (!current_) {
+        LTrace("LDocumentController::EndModifyCurrentFile no current document");
+        return;
+    }
+    LOMFile& doc = *current_;
+    doc.cursor = position;
+    const int32_t length = doc.audio.GetLength();
+    doc.viewEnd = std::min(doc.viewEnd, length);
+    doc.viewStart = std::min(doc.viewStart, doc.viewEnd);
+    listener_->DocumentChanged(doc);
+    if (settings_.GetInt("Settings", "AutoPlaybackAfterEffects", 1) == 0)
+        return;
+    doc.cursor = static_cast<int32_t>(std::max<int64_t>(0, int64_t{position} - preroll));
+    listener_->StartPlayback(doc, doc.cursor);
+}
+
+void LDocumentController::CmUndo() {
+    listener_->StopPlayback();
+    if (!current_ || !current_->Undo())
+        return;
+    UpdateUndoMenuItem();
+    listener_->SaveEnabledChanged(IsSaveEnabled());
+    listener_->DocumentChanged(*current_);
+}
+
+LUndoMenuItem LDocumentController::GetUndoMenuItem() const {
+    LUndoMenuItem item;
+    const std::string name = current_ ? current_->CurrentUndoStep().undoName : std::string();
+    item.text = "Undo " + name + "\tCtrl+Z";
+    item.enabled = !name.empty();
+    return item;
+}
+
+void LDocumentController::UpdateUndoMenuItem() {
+    listener_->UndoMenuChanged(GetUndoMenuItem());
+}
+
+bool LDocumentController::IsSaveEnabled() const {
+    return current_ && current_->modified != 0;
+}
+
+LEditResult LDocumentController::CmCut() {
+    if (!current_)
+        return LEditResult::kNoDocument;
+    LOMFile& doc = *current_;
+    doc.ClampSelection();
+    if (!doc.HasSelection())
+        return LEditResult::kNoSelection;
+    StartModifyCurrentFile("Cut");
+    doc.audio.EfCut(doc.selStart, doc.selEnd, clipboard_);
+    doc.selEnd = doc.selStart;
+    EndModifyCurrentFile(doc.selStart, static_cast<int32_t>(doc.audio.GetSampleRate()));
+    return LEditResult::kDone;
+}
+
+LEditResult LDocumentController::CmCopy() {
+    if (!current_)
+        return LEditResult::kNoDocument;
+    LOMFile& doc = *current_;
+    doc.ClampSelection();
+    if (!doc.HasSelection())
+        return LEditResult::kNoSelection;
+    doc.audio.EfCopy(doc.selStart, doc.selEnd, clipboard_);
+    return LEditResult::kDone;
+}
+
+LEditResult LDocumentController::CmPaste() {
+    return PasteList(clipboard_, false, "Paste");
+}
+
+LEditResult LDocumentController::CmPasteOver() {
+    return PasteList(clipboard_, true, "Paste");
+}
+
+LEditResult LDocumentController::PasteList(const LCutListAudio& list, bool overSelection,
+                                           const char* undoName) {
+    if (!current_)
+        return LEditResult::kNoDocument;
+    LOMFile& doc = *current_;
+    const int32_t length = list.GetLength();
+    if (length == 0)
+        return LEditResult::kClipboardEmpty;
+    if (list.GetChannels() != doc.audio.GetChannels()) {
+        LTrace("LDocumentController::PasteList channels differ");
+        return LEditResult::kChannelsDiffer;
+    }
+    if (overSelection)
+        doc.ClampSelection();
+    const int32_t start = overSelection ? doc.selStart : doc.cursor;
+    StartModifyCurrentFile(undoName);
+    if (overSelection) {
+        doc.audio.EfPasteOver(doc.selStart, doc.selEnd, list);
+    } else {
+        doc.audio.EfPaste(start, list);
+    }
+    const int32_t pastedStart = std::max(start, 0);
+    doc.SetSelection(pastedStart, static_cast<int32_t>(std::min<int64_t>(
+                                      int64_t{pastedStart} + length, doc.audio.GetLength())));
+    EndModifyCurrentFile(pastedStart, static_cast<int32_t>(doc.audio.GetSampleRate()));
+    return LEditResult::kDone;
+}
+
+LEditResult LDocumentController::CmDelete() {
+    if (!current_)
+        return LEditResult::kNoDocument;
+    LOMFile& doc = *current_;
+    doc.ClampSelection();
+    if (!doc.HasSelection())
+        return LEditResult::kNoSelection;
+    StartModifyCurrentFile("Delete");
+    doc.audio.EfDelete(doc.selStart, doc.selEnd);
+    doc.selEnd = doc.selStart;
+    EndModifyCurrentFile(doc.selStart, static_cast<int32_t>(doc.audio.GetSampleRate()));
+    return LEditResult::kDone;
+}
+
+LEditResult LDocumentController::CmTrim() {
+    if (!current_)
+        return LEditResult::kNoDocument;
+    LOMFile& doc = *current_;
+    doc.ClampSelection();
+    if (!doc.HasSelection())
+        return LEditResult::kNoSelection;
+    StartModifyCurrentFile("Trim");
+    doc.audio.EfCrop(doc.selStart, doc.selEnd);
+    doc.SetSelection(0, doc.audio.GetLength());
+    EndModifyCurrentFile(0, static_cast<int32_t>(doc.audio.GetSampleRate()));
+    return LEditResult::kDone;
+}
+
+}  // namespace osmera

@@ -1,0 +1,38 @@
+#pragma once
+// Loading an audio file into a cut list and saving a cut list as a WAV file, the two file
+// jobs of every document.
+//
+// Both run on the calling thread through the pump and honour `progress` (may be null)
+// between blocks. Results follow the progress-dialog convention: kJobDone, kJobCancelled,
+// kJobFailed; on anything but kJobDone `message` (when given) says what went wrong in a
+// sentence for the user, and nothing was changed:
+// - a load leaves `target` as it was (the file is read into a list of its own first);
+// - a save writes a temporary beside `path` and moves it over `path` only when every frame
+//   and the header were written, so a full disk or a cancel never leaves half a file.
+
+#include <cstdint>
+#include <string>
+
+#include "core/progress.h"
+#include "edit/cut_list_audio.h"
+
+namespace osmera {
+
+enum : int {
+    kJobDone = 0,
+    kJobCancelled = 1,
+    kJobFailed = 2,
+};
+
+// Reads any audio file this program opens (mono or stereo) into new cuts; on success
+// `target` holds exactly the file's audio at its rate and channel count.
+int LoadAudioFile(const std::string& path, LCutListAudio& target, LProgress* progress,
+                  std::string* message = nullptr, const std::string& title = "Opening");
+
+// Writes `audio` as a PCM WAV file of `bytesPerSample` (1 to 4) at the list's rate and
+// channels.
+int SaveAudioFile(const LCutListAudio& audio, const std::string& path, int32_t bytesPerSample,
+                  LProgress* progress, std::string* message = nullptr,
+                  const std::string& title = "Saving");
+
+}  // namespace osmera

@@ -1,0 +1,226 @@
+// End-to-end checks of `osmera-cli run`: scripts of edits compared with a model of the same
+// edits on plain sample vectors, how a bad line stops a script, and that no cut file
+// outlives a run.
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <random>
+
+#include "core/generator_sources.h"
+#include "core/pr_source_to_sink.h"
+#include "formats/open_audio_source.h"
+#include "formats/wave_file.h"
+#include "tests/support/test_support.h"
+
+namespace osmera {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct CliResult {
+    int code;
+    std::string output;  // stdout and stderr
+};
+
+CliResult RunCli(const std::string& prefix, const std::string& args) {
+    const std::string command = prefix + " " + OSMERA_CLI + " " + args + " 2>&1";
+    FILE* p = popen(command.c_str(), "r");
+    std::string out;
+    std::array<char, 4096> buf;
+    size_t n;
+    while ((n = fread(buf.data(), 1, buf.size(), p)) > 0)
+        out.append(buf.data(), n);
+    const int status = pclose(p);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
+}
+
+std::vector<int32_t> ReadFrames(const std::string& path) {
+    LSourceRef s = OpenAudioSource(path);
+    std::vector<int32_t> v(static_cast<size_t>(s->GetLengthSample()) * s->GetChannels());
+    s->Read(v.data(), s->GetLengthSample());
+    return v;
+}
+
+size_t CutFiles(const fs::path& folder) {
+    size_t n = 0;
+    for (const auto& e : fs::recursive_directory_iterator(folder))
+        n += e.path().extension() == ".aud" || e.path().extension() == ".grf";
+    return n;
+}
+
+class ScriptTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        fs::create_directories(dir.Path() / "work");
+        fs::create_directories(dir.Path() / "tmp");
+        fs::create_directories(dir.Path() / "in dir");
+        auto sink = LWaveFile::CreateSink(dir.File("in dir/tone in.wav"), 8000, 0, 2, 2);
+        LPRSourceToSink(MakeRef<LSRCTone>(8000, 2, 4000, 441.0, 300000), sink).Process();
+    }
+    void Write(const std::string& script) { std::ofstream(dir.File("s.txt")) << script; }
+    CliResult Go() {
+        return RunCli("TMPDIR='" + dir.File("tmp") + "'",
+                      "run '" + dir.File("s.txt") + "' --work-dir '" + dir.File("work") + "'");
+    }
+    testing::TempDir dir;
+};
+
+// The edits of a script applied to interleaved stereo samples, with an undo stack.
+struct Model {
+    using Frames = std::vector<int32_t>;
+    Frames audio, clipboard;
+    std::vector<Frames> undo;
+
+    static Frames Slice(const Frames& a, int32_t from, int32_t to) {
+        return Frames(a.begin() + 2 * from, a.begin() + 2 * to);
+    }
+    void Remove(int32_t from, int32_t to) {
+        audio.erase(audio.begin() + 2 * from, audio.begin() + 2 * to);
+    }
+    void Insert(int32_t at, const Frames& f) {
+        audio.insert(audio.begin() + 2 * at, f.begin(), f.end());
+    }
+    int32_t Length() const { return static_cast<int32_t>(audio.size() / 2); }
+};
+
+TEST_F(ScriptTest, TwentyEditsAndEightUndosGiveTheModelsSamples) {
+    Model m;
+    m.audio = ReadFrames(dir.File("in dir/tone in.wav"));
+    std::string script = "# twenty edits\nopen \"in dir/tone in.wav\"\n";
+    std::mt19937 rng(7);
+    auto pick = [&rng](int32_t lo, int32_t hi) {
+        return std::uniform_int_distribution<int32_t>(lo, hi)(rng);
+    };
+    int edits = 0;
+    while (edits < 20) {
+        const int32_t len = m.Length();
+        int32_t a = pick(0, len - 1), b = pick(0, len);
+        if (a == b)
+            continue;
+        const int32_t lo = std::min(a, b), hi = std::max(a, b);
+        const std::string sel = "select " + std::to_string(a) + "f " + std::to_string(b) + "f\n";
+        const Model::Frames before = m.audio;
+        switch (pick(0, 6)) {
+            case 0:
+                script += sel + "cut\n";
+                m.clipboard = Model::Slice(m.audio, lo, hi);
+                m.Remove(lo, hi);
+                break;
+            case 1:
+                script += sel + "copy\n";
+                m.clipboard = Model::Slice(m.audio, lo, hi);
+                continue;  // not an edit
+            case 2:
+                if (m.clipboard.empty())
+                    continue;
+                script += "cursor " + std::to_string(lo) + "f\npaste\n";
+                m.Insert(lo, m.clipboard);
+                break;
+            case 3:
+                if (m.clipboard.empty())
+                    continue;
+                script += sel + "paste-over\n";
+                m.Remove(lo, hi);
+                m.Insert(lo, m.clipboard);
+                break;
+            case 4:
+                script += sel + "delete\n";
+                m.Remove(lo, hi);
+                break;
+            case 5: {
+                // Whole milliseconds at 8000 Hz are whole multiples of 8 frames.
+                const int32_t ms = pick(0, len / 8), n = pick(1, 50);
+                script += "insert-silence 0:00:" + std::to_string(ms / 1000) + "." +
+                          std::to_string(1000 + ms % 1000).substr(1) + " " + std::to_string(n) +
+                          "f\n";
+                m.Insert(ms * 8, Model::Frames(static_cast<size_t>(n) * 2, 0));
+                break;
+            }
+            case 6:
+                script += sel + (hi - lo < 200 ? "repeat 1\n" : "silence\n");
+                if (hi - lo < 200) {
+                    m.Insert(lo, Model::Slice(m.audio, lo, hi));
+                } else {
+                    std::fill(m.audio.begin() + 2 * lo, m.audio.begin() + 2 * hi, 0);
+                }
+                break;
+        }
+        m.undo.push_back(before);
+        ++edits;
+    }
+    for (int i = 0; i < 8; ++i) {
+        script += "undo\n";
+        m.audio = m.undo.back();
+        m.undo.pop_back();
+    }
+    script += "info\nsave ../out.wav\n";
+    fs::create_directories(dir.Path() / "scripts");
+    std::ofstream(dir.File("scripts/s.txt")) << script;
+    fs::copy(dir.File("in dir"), dir.File("scripts/in dir"));  // paths resolve from the script
+
+    const CliResult r =
+        RunCli("", "run '" + dir.File("scripts/s.txt") + "' --work-dir '" + dir.File("work") + "'");
+    ASSERT_EQ(r.code, 0) << r.output;
+    EXPECT_NE(r.output.find("frames=" + std::to_string(m.Length()) + " "), std::string::npos)
+        << r.output;
+    EXPECT_NE(r.output.find("modified=1 undo=\"Undo "), std::string::npos) << r.output;
+    EXPECT_EQ(ReadFrames(dir.File("out.wav")), m.audio);
+    EXPECT_EQ(CutFiles(dir.Path() / "work"), 0u);
+}
+
+TEST_F(ScriptTest, InfoLineAfterACut) {
+    Write("open \"in dir/tone in.wav\"\nselect 0.1 0.2\ncut\ninfo\n");
+    const CliResult r = Go();
+    ASSERT_EQ(r.code, 0) << r.output;
+    EXPECT_NE(r.output.find("rate=8000 channels=2 frames=3200 time=0:00:00.40 entries=2 "),
+              std::string::npos)
+        << r.output;
+    EXPECT_NE(r.output.find(" modified=1 undo=\"Undo Cut\\tCtrl+Z\"\n"), std::string::npos)
+        << r.output;
+}
+
+TEST_F(ScriptTest, BadLinesStopWithTheirNumberAndNoOutput) {
+    struct Case {
+        const char* script;
+        const char* where;
+    };
+    const Case cases[] = {
+        // Wrong words are found before anything runs, so the save never happens.
+        {"open \"in dir/tone in.wav\"\nsave out.wav\n\n# note\nselect 1 x\n", "s.txt:5: "},
+        {"open \"in dir/tone in.wav\"\nsave out.wav\nfrobnicate\n", "s.txt:3: unknown command"},
+        {"open \"in dir/tone in.wav\nsave out.wav\n", "s.txt:1: missing closing quote"},
+        {"open \"in dir/tone in.wav\"\nsave out.wav --bits 12\n", "s.txt:2: --bits"},
+        // Failures while running stop the script at their line.
+        {"open missing.wav\nsave out.wav\n", "s.txt:1: "},
+        {"new 8000 1\ncut\nsave out.wav\n", "s.txt:2: nothing is selected"},
+        {"select 0 1\n", "s.txt:1: no document is open"},
+    };
+    for (const Case& c : cases) {
+        Write(c.script);
+        const CliResult r = Go();
+        EXPECT_NE(r.code, 0) << c.script;
+        EXPECT_NE(r.output.find(c.where), std::string::npos) << c.script << "\n" << r.output;
+        EXPECT_FALSE(fs::exists(dir.File("out.wav"))) << c.script;
+        EXPECT_EQ(CutFiles(dir.Path() / "work"), 0u) << c.script;
+    }
+}
+
+TEST_F(ScriptTest, TheTemporaryWorkingFolderGoesWithItsCuts) {
+    Write("open \"in dir/tone in.wav\"\nselect-all\ncopy\npaste\nsave out.wav --bits 24\nbad\n");
+    EXPECT_NE(RunCli("TMPDIR='" + dir.File("tmp") + "'", "run '" + dir.File("s.txt") + "'").code,
+              0);
+    Write("open \"in dir/tone in.wav\"\nselect-all\ncopy\npaste\nsave out.wav --bits 24\n");
+    EXPECT_EQ(RunCli("TMPDIR='" + dir.File("tmp") + "'", "run '" + dir.File("s.txt") + "'").code,
+              0);
+    EXPECT_TRUE(fs::is_empty(dir.Path() / "tmp"));
+    const auto out = ReadFrames(dir.File("out.wav"));
+    EXPECT_EQ(out.size(), 2 * ReadFrames(dir.File("in dir/tone in.wav")).size());
+}
+
+}  // namespace
+}  // namespace osmera
