@@ -1,4 +1,4 @@
-// osmera-cli run SCRIPT [--work-dir DIR]
+// osmera-cli run SCRIPT [--work-dir DIR] [--settings FILE]
 //
 // Runs a batch script of editing commands (script_runner.h). The cut tank works in a private
 // folder, a fresh temporary one unless --work-dir names one, so a script never touches the
@@ -8,10 +8,13 @@
 #include <stdlib.h>
 
 #include <filesystem>
+#include <memory>
 #include <system_error>
 
 #include "cli/args.h"
 #include "cli/commands.h"
+#include "cli/ini_settings_store.h"
+#include "cli/script_effect_commands.h"
 #include "cli/script_runner.h"
 #include "cli/terminal_progress.h"
 #include "edit/audio_cut_tank.h"
@@ -61,7 +64,7 @@ class LRunFolder {
 }  // namespace
 
 int RunScript(int argc, char** argv) {
-    LArgs args(argc, argv, {"work-dir"});
+    LArgs args(argc, argv, {"work-dir", "settings"});
     if (args.Error().empty() && args.Positional().size() != 1) {
         PrintError("run needs one script file (see osmera-cli run --help)");
         return kExitUsage;
@@ -78,8 +81,19 @@ int RunScript(int argc, char** argv) {
         return kExitFailed;
     }
     // Scripts never start playback: the cursor simply lands at the start of each change.
-    LMemorySettingsStore settings;
+    LMemorySettingsStore memorySettings;
+    std::unique_ptr<LIniSettingsStore> fileSettings;
+    if (const auto file = args.Value("settings")) {
+        fileSettings = std::make_unique<LIniSettingsStore>(*file);
+        if (!fileSettings->IsGood()) {
+            PrintError("cannot read the settings file " + *file);
+            return kExitFailed;
+        }
+    }
+    LSettingsStore& settings =
+        fileSettings ? static_cast<LSettingsStore&>(*fileSettings) : memorySettings;
     settings.SetInt("Settings", "AutoPlaybackAfterEffects", 0);
+    SetScriptSettings(&settings);
     LTerminalProgress progress;
     int code;
     {
@@ -88,6 +102,7 @@ int RunScript(int argc, char** argv) {
         LScriptRunner runner(table, controller, progress);
         code = runner.Run(args.Positional()[0]);
     }  // documents, undo steps and the clipboard release their cuts here
+    SetScriptSettings(nullptr);
     progress.Done();
     return code;
 }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "cli/script_effect_commands.h"
 #include "cli/script_words.h"
 
 namespace osmera::cli {
@@ -103,6 +104,7 @@ bool ParseScriptArgs(const LScriptCommand& command, const std::vector<std::strin
 LScriptCommandTable MakeScriptCommandTable() {
     LScriptCommandTable table;
     RegisterEditScriptCommands(table);
+    RegisterEffectScriptCommands(table);  // its amplify and repeat replace the edit ones
     return table;
 }
 

@@ -1,0 +1,44 @@
+#pragma once
+// A settings store kept in an INI-like text file, for osmera-cli scripts (`run --settings
+// FILE`): "[Section]" lines open a section, "Key=Value" lines hold values, blank lines and
+// lines starting with ';' or '#' are skipped. The file is read when the store is made and
+// rewritten (through a temporary file and a rename) after every change, so a script that
+// stops half-way keeps what it set. A missing file is an empty store; it is created by the
+// first change. Values are text; integers are read the way LMemorySettingsStore reads them.
+//
+// Any thread (one lock around the values and the file).
+
+#include <map>
+#include <mutex>
+#include <string>
+
+#include "core/settings_store.h"
+
+namespace osmera::cli {
+
+class LIniSettingsStore : public LSettingsStore {
+  public:
+    explicit LIniSettingsStore(std::string path);
+
+    int32_t GetInt(const std::string& section, const std::string& key, int32_t def) override;
+    std::string GetText(const std::string& section, const std::string& key,
+                        const std::string& def) override;
+    void SetInt(const std::string& section, const std::string& key, int32_t value) override;
+    void SetText(const std::string& section, const std::string& key,
+                 const std::string& value) override;
+
+    // False when the file exists but could not be read, or the last write failed.
+    bool IsGood() const { return good_; }
+
+  private:
+    void Load();
+    void Save();
+
+    std::string path_;
+    LMemorySettingsStore values_;
+    std::mutex mutex_;
+    std::map<std::string, std::map<std::string, std::string>> sections_;
+    bool good_ = true;
+};
+
+}  // namespace osmera::cli

@@ -1,0 +1,24 @@
+#pragma once
+// The effect commands of batch scripts and the settings commands `set` and `get`. Every
+// effect command runs through the effect driver (effects/effect_driver.h), so it validates
+// with the effect table's messages, remembers its parameters in the script's settings
+// store and records its undo step like the editor's command.
+//
+// The settings store is the one `run --settings FILE` chose; without one the commands use
+// a temporary store in memory for the life of the program. Script thread only.
+
+#include "cli/script_commands.h"
+#include "core/settings_store.h"
+
+namespace osmera::cli {
+
+// amplify, normalize, fade-in, fade-out, fade-out-trim, envelope, dc-offset, auto-trim,
+// insert-silence-start, insert-silence-current, insert-silence-end, repeat, reverse,
+// click-repair, click-repair-manual, set, get. Replaces earlier commands of those names.
+void RegisterEffectScriptCommands(LScriptCommandTable& table);
+
+// The store the effect and settings commands use (borrowed; null for the temporary one).
+void SetScriptSettings(LSettingsStore* store);
+LSettingsStore& ScriptSettings();
+
+}  // namespace osmera::cli

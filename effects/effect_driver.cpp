@@ -1,0 +1,201 @@
+#include "effects/effect_driver.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "core/trace.h"
+#include "effects/auto_trim.h"
+#include "effects/click_repair.h"
+#include "effects/time_effects.h"
+
+namespace osmera {
+
+bool LPresetEffectDialog::Ask(const LEffectInfo&, std::vector<int32_t>& values) {
+    if (!message_.empty())
+        return false;
+    for (size_t i = 0; i < values_.size() && i < values.size(); ++i)
+        values[i] = values_[i];
+    return true;
+}
+
+void LPresetEffectDialog::ShowMessage(const std::string& title, const std::string& text) {
+    title_ = title;
+    message_ = text;
+}
+
+bool IsEffectProcessed(LEffectId id) {
+    switch (id) {
+        case LEffectId::kAmplify:
+        case LEffectId::kNormalize:
+        case LEffectId::kEnvelope:
+        case LEffectId::kFadeIn:
+        case LEffectId::kFadeOut:
+        case LEffectId::kFadeOutAndTrim:
+        case LEffectId::kAutoTrim:
+        case LEffectId::kInsertSilenceStart:
+        case LEffectId::kInsertSilenceCurrent:
+        case LEffectId::kInsertSilenceEnd:
+        case LEffectId::kReverse:
+        case LEffectId::kRepeatLoop:
+        case LEffectId::kDcOffset:
+        case LEffectId::kAutoClickPop:
+        case LEffectId::kManualClickPop:
+            return true;
+        default:
+            return false;
+    }
+}
+
+LEffectDriver::LEffectDriver(LDocumentController& controller, LSettingsStore& settings,
+                             LProgress& progress, LDocumentListener* playback)
+    : controller_(controller), settings_(settings), progress_(progress), playback_(playback) {}
+
+std::string LEffectDriver::EnvelopeFilePath() {
+    const std::string folder = settings_.GetText("Folders", "Current", "");
+    return (std::filesystem::path(folder) / "envelope.dat").string();
+}
+
+LEffectResult LEffectDriver::Run(LEffectId id, LEffectDialog* dialog) {
+    LEffectResult result;
+    LOMFile* doc = controller_.GetCurrent();
+    if (!doc)
+        return result;
+    const LEffectInfo& info = GetEffectInfo(id);
+
+    doc->ClampSelection();
+    if (!doc->HasSelection())
+        doc->SetSelection(0, doc->audio.GetLength());
+    if (playback_)
+        playback_->StopPlayback();
+
+    auto refuse = [&](LEffectStatus status, const char* title, const char* text) {
+        result.status = status;
+        result.title = title;
+        result.message = text;
+        if (dialog)
+            dialog->ShowMessage(title, text);
+        return result;
+    };
+    if (info.stereoOnly && doc->audio.GetChannels() != 2)
+        return refuse(LEffectStatus::kRefused, kStereoRequiredTitle, kStereoRequiredMessage);
+    if (!IsEffectProcessed(id)) {
+        LTracef("LEffectDriver::Run no processing for %s", info.command);
+        result.status = LEffectStatus::kNotAvailable;
+        return result;
+    }
+    if (id == LEffectId::kManualClickPop &&
+        !ManualRepairFits(int64_t{doc->selEnd} - doc->selStart,
+                          static_cast<int32_t>(doc->audio.GetSampleRate())))
+        return refuse(LEffectStatus::kRefused, "Osmera", kManualRepairTooLongMessage);
+
+    std::vector<int32_t> values = ReadEffectParams(info, settings_);
+    if (!info.params.empty()) {
+        for (;;) {
+            if (dialog && !dialog->Ask(info, values)) {
+                result.status = LEffectStatus::kDialogCancelled;
+                return result;
+            }
+            const std::string invalid = ValidateEffectParams(info, values);
+            if (invalid.empty())
+                break;
+            result.title = kInvalidValueTitle;
+            result.message = invalid;
+            if (dialog) {
+                dialog->ShowMessage(kInvalidValueTitle, invalid);
+                continue;
+            }
+            result.status = LEffectStatus::kDialogCancelled;
+            return result;
+        }
+        result.title.clear();
+        result.message.clear();
+        WriteEffectParams(info, values, settings_);
+    }
+
+    controller_.StartModifyCurrentFile(info.undoTitle);
+    int32_t position = doc->selStart;
+    result.code = Process(info, *doc, values, position, result);
+    switch (result.code) {
+        case kEffectDone:
+            result.status = LEffectStatus::kApplied;
+            controller_.EndModifyCurrentFile(position,
+                                             static_cast<int32_t>(doc->audio.GetSampleRate()));
+            break;
+        case kEffectCancelled:
+            result.status = LEffectStatus::kJobCancelled;
+            break;
+        default:
+            result.status = LEffectStatus::kJobFailed;
+            break;
+    }
+    return result;
+}
+
+int LEffectDriver::Process(const LEffectInfo& info, LOMFile& doc,
+                           const std::vector<int32_t>& values, int32_t& position,
+                           LEffectResult& result) {
+    LCutListAudio& list = doc.audio;
+    LEffectRequest request{&list, doc.selEnd, doc.selStart, values};
+    const char* title = info.progressTitle;
+    auto job = [&](auto fn) {
+        LFunctionJob j(fn);
+        return j.Run(progress_);
+    };
+    const int32_t rate = static_cast<int32_t>(list.GetSampleRate());
+    switch (info.id) {
+        case LEffectId::kAmplify:
+            Amplify(list, doc.selStart, doc.selEnd, values[0]);
+            return kEffectDone;
+        case LEffectId::kNormalize:
+            return job([&](LProgress& p) { return Normalize(p, request); });
+        case LEffectId::kEnvelope: {
+            LPointList points = envelope_;
+            if (points.empty() && !LoadPointList(EnvelopeFilePath(), points))
+                points.clear();
+            return job([&](LProgress& p) { return Envelope(p, request, points, title); });
+        }
+        case LEffectId::kFadeIn:
+            return job([&](LProgress& p) { return Envelope(p, request, FadeInPoints(), title); });
+        case LEffectId::kFadeOut:
+            return job([&](LProgress& p) { return Envelope(p, request, FadeOutPoints(), title); });
+        case LEffectId::kFadeOutAndTrim:
+            return job([&](LProgress& p) { return FadeOutAndTrim(p, request); });
+        case LEffectId::kAutoTrim:
+            position = 0;
+            return job([&](LProgress& p) { return AutoTrim(p, list, values[0]); });
+        case LEffectId::kInsertSilenceStart:
+        case LEffectId::kInsertSilenceCurrent:
+        case LEffectId::kInsertSilenceEnd: {
+            // "SilenceTimes" is a length in milliseconds.
+            const int64_t wanted =
+                silenceFrames_ >= 0 ? silenceFrames_ : int64_t{values[0]} * rate / 1000;
+            const int64_t frames =
+                std::clamp<int64_t>(wanted, 0, INT32_MAX - int64_t{list.GetLength()});
+            const LSilenceAt at = info.id == LEffectId::kInsertSilenceStart ? LSilenceAt::kStart
+                                  : info.id == LEffectId::kInsertSilenceEnd ? LSilenceAt::kEnd
+                                                                            : LSilenceAt::kCurrent;
+            position = InsertSilence(list, at, doc.cursor, static_cast<int32_t>(frames));
+            return kEffectDone;
+        }
+        case LEffectId::kReverse:
+            return job([&](LProgress& p) { return Reverse(p, request); });
+        case LEffectId::kRepeatLoop:
+            RepeatLoop(list, doc.selStart, doc.selEnd, values[0]);
+            return kEffectDone;
+        case LEffectId::kDcOffset:
+            return job([&](LProgress& p) { return DcOffset(p, request); });
+        case LEffectId::kAutoClickPop: {
+            const LClickSettings click = ReadClickSettings(settings_);
+            return job(
+                [&](LProgress& p) { return AutoClickRepair(p, request, click, &result.repairs); });
+        }
+        case LEffectId::kManualClickPop:
+            ManualClickRepair(list, doc.selStart, doc.selEnd);
+            return kEffectDone;
+        default:
+            LTracef("LEffectDriver::Process no processing for %s", info.command);
+            return kEffectFailed;
+    }
+}
+
+}  // namespace osmera

@@ -1,0 +1,105 @@
+#pragma once
+// The effect driver: the one command sequence every effect command of the editor and of
+// the command line runs. On the current document of a controller it selects the whole
+// file when nothing is selected, stops playback, reads the effect's remembered parameters
+// with their defaults, lets a dialog change them (validating on OK with the effect table's
+// messages), writes them back, records the undo step named after the effect, runs the
+// effect (as a job under the progress for pumped effects), and ends with the controller's
+// EndModifyCurrentFile at the range start with a one-second preroll (which starts playback
+// when "AutoPlaybackAfterEffects" is on).
+//
+// The controller, settings, progress and listener are borrowed and must outlive the
+// driver. GUI thread (or the script runner's thread) only: jobs run synchronously.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "core/progress.h"
+#include "core/settings_store.h"
+#include "edit/document_controller.h"
+#include "effects/effect_table.h"
+#include "effects/level_effects.h"
+
+namespace osmera {
+
+// An effect's parameter dialog.
+class LEffectDialog {
+  public:
+    virtual ~LEffectDialog() = default;
+    // Shows the dialog initialised with `values` (table order) and leaves the user's values
+    // there; false when the user cancelled. Asked again after an invalid value.
+    virtual bool Ask(const LEffectInfo& info, std::vector<int32_t>& values) = 0;
+    // A message box (`title`, `text`); for "Invalid value" the dialog then stays open.
+    virtual void ShowMessage(const std::string& title, const std::string& text) = 0;
+};
+
+// A dialog that answers with given values (the command line, tests): each given value
+// replaces the remembered one. After a message it cancels, keeping the message.
+class LPresetEffectDialog : public LEffectDialog {
+  public:
+    // `values[i]` for parameter i; missing ones keep what was remembered.
+    explicit LPresetEffectDialog(std::vector<int32_t> values = {}) : values_(std::move(values)) {}
+    bool Ask(const LEffectInfo& info, std::vector<int32_t>& values) override;
+    void ShowMessage(const std::string& title, const std::string& text) override;
+
+    const std::string& Title() const { return title_; }
+    const std::string& Message() const { return message_; }
+
+  private:
+    std::vector<int32_t> values_;
+    std::string title_;
+    std::string message_;
+};
+
+enum class LEffectStatus {
+    kApplied,          // the effect ran to its end (undo step recorded)
+    kJobCancelled,     // cancelled during processing: document unchanged, undo step recorded
+    kJobFailed,        // the job failed: document unchanged, undo step recorded
+    kNoDocument,       // nothing was done
+    kDialogCancelled,  // the dialog was cancelled (or refused a value): nothing was done
+    kRefused,          // refused before the dialog (mono file, selection too long): message
+    kNotAvailable,     // an effect this build does not process
+};
+
+struct LEffectResult {
+    LEffectStatus status = LEffectStatus::kNoDocument;
+    int code = kEffectDone;  // the job's result when one ran
+    std::string title;       // the message shown, if any
+    std::string message;
+    int32_t repairs = 0;  // clicks repaired by the automatic click repair
+};
+
+// True for the effects this driver can process.
+bool IsEffectProcessed(LEffectId id);
+
+class LEffectDriver {
+  public:
+    LEffectDriver(LDocumentController& controller, LSettingsStore& settings, LProgress& progress,
+                  LDocumentListener* playback = nullptr);
+
+    // Runs effect `id` on the current document. Without a dialog the remembered values are
+    // used (and validated: an invalid one is refused with the table's message).
+    LEffectResult Run(LEffectId id, LEffectDialog* dialog = nullptr);
+
+    // Points the envelope uses instead of reading "envelope.dat" (the command line).
+    void SetEnvelopePoints(const LPointList& points) { envelope_ = points; }
+    // Frames of silence the insert-silence commands use instead of "SilenceTimes" (which
+    // is in milliseconds); negative: use "SilenceTimes".
+    void SetSilenceFrames(int32_t frames) { silenceFrames_ = frames; }
+    // "envelope.dat" in the folder "Folders"/"Current".
+    std::string EnvelopeFilePath();
+
+  private:
+    int Process(const LEffectInfo& info, LOMFile& doc, const std::vector<int32_t>& values,
+                int32_t& position, LEffectResult& result);
+
+    LDocumentController& controller_;
+    LSettingsStore& settings_;
+    LProgress& progress_;
+    LDocumentListener* playback_;
+    LPointList envelope_;
+    int32_t silenceFrames_ = -1;
+};
+
+}  // namespace osmera

@@ -1,0 +1,155 @@
+#include "effects/click_repair.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+
+#include "tests/edit/edit_test_support.h"
+
+namespace osmera {
+namespace {
+
+using testing::CutTankTest;
+using testing::RecordingProgress;
+using ClickTest = CutTankTest;
+
+std::vector<int32_t> Tone(int32_t frames, uint8_t channels, int32_t rate) {
+    std::vector<int32_t> s;
+    for (int32_t i = 0; i < frames; ++i) {
+        const double v = 100000.0 * std::sin(2.0 * std::numbers::pi * 440.0 * i / rate);
+        for (int c = 0; c < channels; ++c)
+            s.push_back(static_cast<int32_t>(v));
+    }
+    return s;
+}
+
+TEST(ClickParameters, LagBlockAndSensitivity) {
+    EXPECT_EQ(ClickLag(22050), 1);
+    EXPECT_EQ(ClickLag(44100), 2);
+    EXPECT_EQ(ClickLag(48000), 2);
+    EXPECT_EQ(ClickLag(88200), 3);
+    EXPECT_EQ(ClickBlockFrames(44100), 444);
+    EXPECT_EQ(ClickBlockFrames(48000), 484);
+    const LBiquadCoefficients k = ClickHighPassCoefficients(44100);
+    EXPECT_EQ(k.b0, k.b2);
+    EXPECT_NEAR(k.b1, -2 * k.b0, 1);
+
+    LMemorySettingsStore store;
+    EXPECT_EQ(ReadClickSettings(store).maxClickUs, 150);  // the detector's own default
+    EXPECT_EQ(ReadClickSettings(store).sensitivity, 50);
+}
+
+TEST(ClickParameters, HighSensitivityStillFindsEdgesAndNeverDividesByZero) {
+    // A block of small noise with one sharp spike: sensitivity 100 (s = 1) and 95 (jump
+    // threshold 0) both find it; a block of zeros finds nothing.
+    std::vector<int32_t> block(444, 0);
+    for (size_t i = 0; i < block.size(); ++i)
+        block[i] = (i % 3) * 10;
+    block[200] = 50000;
+    for (int32_t sensitivity : {95, 100, 50}) {
+        int found = 0;
+        DetectClicks(block.data(), 1, 0, 444, 1000, 44100, {sensitivity, 150},
+                     [&](int64_t a, int64_t b) {
+                         EXPECT_EQ(a, 1000 + 200 - 2);
+                         EXPECT_EQ(b, 1000 + 200 + 2);
+                         ++found;
+                     });
+        EXPECT_EQ(found, 1) << sensitivity;
+    }
+    const std::vector<int32_t> zeros(444, 0);
+    DetectClicks(zeros.data(), 1, 0, 444, 0, 44100, {100, 150},
+                 [](int64_t, int64_t) { ADD_FAILURE() << "click in silence"; });
+}
+
+TEST_F(ClickTest, RepairDrawsAStraightLineOnOneChannel) {
+    std::vector<int32_t> s(40, 0);
+    for (int f = 0; f < 20; ++f) {
+        s[2 * f] = 1000;
+        s[2 * f + 1] = -7;
+    }
+    s[2 * 9] = 1600;  // left channel, frame 9: the line runs from frame 7 to frame 12
+    s[2 * 12] = 1500;
+    LCutListAudio list = Written(s, 2);
+    RepairSpan(list, 0, 12, 8);
+    const auto out = ReadAll(list);
+    // first 1000 (frame 7), last 1500 (frame 12), n = 4: (5 - k) * 1000 + k * 1500) / 5.
+    EXPECT_EQ(out[2 * 8], 1100);
+    EXPECT_EQ(out[2 * 9], 1200);
+    EXPECT_EQ(out[2 * 11], 1400);
+    EXPECT_EQ(out[2 * 12], 1500);
+    for (int f = 0; f < 20; ++f)
+        EXPECT_EQ(out[2 * f + 1], -7);
+
+    // At the start of the file the left neighbour is the silence before it.
+    LCutListAudio head = Written(std::vector<int32_t>(10, 900), 1);
+    RepairSpan(head, 0, 0, 2);
+    EXPECT_EQ(ReadAll(head)[0], 300);
+    EXPECT_EQ(ReadAll(head)[1], 600);
+}
+
+TEST_F(ClickTest, AutomaticRepairRemovesClicksAndLeavesACleanToneAlone) {
+    const int32_t rate = 44100;
+    for (uint8_t channels : {1, 2}) {
+        const auto clean = Tone(rate, channels, rate);
+        LCutListAudio untouched = Written(clean, channels);
+        const auto entries = untouched.GetEntries();
+        RecordingProgress progress;
+        int32_t repairs = -1;
+        LEffectRequest all{&untouched, rate, 0, {}};
+        ASSERT_EQ(AutoClickRepair(progress, all, {50, 150}, &repairs), kEffectDone);
+        EXPECT_EQ(repairs, 0);
+        EXPECT_EQ(untouched.GetEntries(), entries);
+        EXPECT_EQ(progress.lines[0], "Click Detecting");
+
+        auto damaged = clean;
+        const int32_t clicks[] = {10000, 25003, 40000};
+        for (int32_t at : clicks)
+            damaged[static_cast<size_t>(at) * channels] = 450000;
+        LCutListAudio list = Written(damaged, channels);
+        LEffectRequest request{&list, rate, 0, {}};
+        ASSERT_EQ(AutoClickRepair(progress, request, {50, 150}, &repairs), kEffectDone);
+        EXPECT_GE(repairs, 3);
+        const auto out = ReadAll(list);
+        for (int32_t at : clicks) {
+            const size_t i = static_cast<size_t>(at) * channels;
+            EXPECT_NEAR(out[i], clean[i], 3000) << at;
+        }
+        EXPECT_EQ(list.GetLength(), rate);
+    }
+}
+
+TEST_F(ClickTest, AutomaticRepairRefusesAnEmptyRangeAndKeepsRepairsOnCancel) {
+    LCutListAudio list = Written(Tone(1000, 1, 44100), 1);
+    RecordingProgress progress;
+    LEffectRequest empty{&list, 10, 10, {}};
+    EXPECT_EQ(AutoClickRepair(progress, empty, {50, 150}), kEffectFailed);
+    RecordingProgress cancelling(1);
+    LEffectRequest request{&list, 1000, 0, {}};
+    EXPECT_EQ(AutoClickRepair(cancelling, request, {50, 150}), kEffectDone);
+}
+
+TEST_F(ClickTest, ManualRepairIsLimitedToOneMillisecond) {
+    struct Case {
+        int32_t rate;
+        int32_t frames;
+        LManualRepairResult result;
+    };
+    const Case cases[] = {
+        {44100, 44, LManualRepairResult::kRepaired}, {44100, 45, LManualRepairResult::kTooLong},
+        {48000, 48, LManualRepairResult::kRepaired}, {48000, 49, LManualRepairResult::kTooLong},
+        {48000, 0, LManualRepairResult::kEmpty},
+    };
+    for (const Case& c : cases) {
+        LCutListAudio list = Written(std::vector<int32_t>(400, 5000), 2, c.rate);
+        const auto entries = list.GetEntries();
+        EXPECT_EQ(ManualClickRepair(list, 100, 100 + c.frames), c.result) << c.frames;
+        if (c.result != LManualRepairResult::kRepaired) {
+            EXPECT_EQ(list.GetEntries(), entries);
+        }
+        EXPECT_EQ(list.GetLength(), 200);
+    }
+}
+
+}  // namespace
+}  // namespace osmera
