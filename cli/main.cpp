@@ -25,8 +25,22 @@ const Command kCommands[] = {
      "      Converts IN into the WAV file OUT (defaults: IN's rate, channels and width).\n"
      "      OUT is replaced only when the whole file was written.\n"},
     {"run", osmera::cli::RunScript,
-     "run SCRIPT [--work-dir DIR]\n      Runs a script of editing commands (open, select, cut, "
-     "paste, undo, save...).\n"},
+     "run SCRIPT [--work-dir DIR] [--settings FILE]\n      Runs a script of editing commands "
+     "(open, select, cut, paste, effects, undo, save...);\n      --settings keeps effect "
+     "parameters and set/get values in an INI-like FILE.\n"},
+    {"devices", osmera::cli::RunDevices,
+     "devices\n"
+     "      Lists the sound output and input devices with their numbers (0: default).\n"},
+    {"play", osmera::cli::RunPlay,
+     "play FILE [--device N|file:OUT.wav] [--from TIME] [--fast]\n"
+     "      Plays FILE to its end (Ctrl+C stops). file:OUT.wav writes what would be\n"
+     "      heard to OUT.wav; --fast runs that file device as fast as possible.\n"},
+    {"record", osmera::cli::RunRecord,
+     "record OUT.wav [--seconds N] [--threshold DB] [--device N] [--rate HZ]\n"
+     "              [--channels 1|2] [--input-file IN] [--fast]\n"
+     "      Records 16-bit PCM into OUT.wav until N seconds, the end of IN, or Ctrl+C.\n"
+     "      --threshold waits for sound of DB (full scale is 12); --input-file takes\n"
+     "      the sound from IN (in real time, or as fast as possible with --fast).\n"},
 };
 
 void PrintUsage(FILE* to) {
