@@ -104,7 +104,7 @@ bool ParseScriptArgs(const LScriptCommand& command, const std::vector<std::strin
 LScriptCommandTable MakeScriptCommandTable() {
     LScriptCommandTable table;
     RegisterEditScriptCommands(table);
-    RegisterEffectScriptCommands(table);  // its amplify and repeat replace the edit ones
+    RegisterEffectScriptCommands(table);
     return table;
 }
 

@@ -151,28 +151,6 @@ std::string InsertSilence(LScriptContext& ctx, Args args) {
     return {};
 }
 
-std::string Repeat(LScriptContext& ctx, Args args) {
-    const int32_t count = static_cast<int32_t>(args.Int(0));
-    return EditSelection(ctx, "Repeat", true, [count](LOMFile& doc) {
-        doc.audio.EfRepeat(doc.selStart, doc.selEnd, count);
-    });
-}
-
-std::string Amplify(LScriptContext& ctx, Args args) {
-    LOMFile* doc = ctx.Document();
-    if (!doc)
-        return kNoDocumentMessage;
-    doc->ClampSelection();
-    // Without a selection the whole document is amplified.
-    const bool whole = !doc->HasSelection();
-    const int32_t start = whole ? 0 : doc->selStart;
-    const int32_t end = whole ? doc->audio.GetLength() : doc->selEnd;
-    ctx.controller.StartModifyCurrentFile("Amplify");
-    doc->audio.EfAmplify(start, end, static_cast<int32_t>(args.Int(0)));
-    ctx.controller.EndModifyCurrentFile(start, Rate(*doc));
-    return {};
-}
-
 std::string Info(LScriptContext& ctx, Args) {
     LOMFile* doc = ctx.Document();
     if (!doc)
@@ -259,17 +237,6 @@ void RegisterEditScriptCommands(LScriptCommandTable& table) {
                2,
                {},
                InsertSilence});
-    table.Add({"repeat", "repeat N", {A::kInt}, 1, {}, Repeat, [](Args args) -> std::string {
-                   if (args.Int(0) < 1 || args.Int(0) > 100000)
-                       return "N must be 1 to 100000";
-                   return {};
-               }});
-    table.Add(
-        {"amplify", "amplify PERCENT", {A::kInt}, 1, {}, Amplify, [](Args args) -> std::string {
-             if (args.Int(0) < 0 || args.Int(0) > 100000)
-                 return "the percentage must be 0 to 100000";
-             return {};
-         }});
     table.Add({"undo", "undo", {}, 0, {}, [](LScriptContext& ctx, Args) -> std::string {
                    if (!ctx.Document())
                        return kNoDocumentMessage;
