@@ -148,13 +148,17 @@ bool LDocumentController::IsSaveEnabled() const {
     return current_ && current_->modified != 0;
 }
 
-LEditResult LDocumentController::CmCut() {
+LEditResult LDocumentController::CheckSelection() {
     if (!current_)
         return LEditResult::kNoDocument;
+    current_->ClampSelection();
+    return current_->HasSelection() ? LEditResult::kDone : LEditResult::kNoSelection;
+}
+
+LEditResult LDocumentController::CmCut() {
+    if (const LEditResult why = CheckSelection(); why != LEditResult::kDone)
+        return why;
     LOMFile& doc = *current_;
-    doc.ClampSelection();
-    if (!doc.HasSelection())
-        return LEditResult::kNoSelection;
     StartModifyCurrentFile("Cut");
     doc.audio.EfCut(doc.selStart, doc.selEnd, clipboard_);
     doc.selEnd = doc.selStart;
@@ -163,12 +167,9 @@ LEditResult LDocumentController::CmCut() {
 }
 
 LEditResult LDocumentController::CmCopy() {
-    if (!current_)
-        return LEditResult::kNoDocument;
+    if (const LEditResult why = CheckSelection(); why != LEditResult::kDone)
+        return why;
     LOMFile& doc = *current_;
-    doc.ClampSelection();
-    if (!doc.HasSelection())
-        return LEditResult::kNoSelection;
     doc.audio.EfCopy(doc.selStart, doc.selEnd, clipboard_);
     return LEditResult::kDone;
 }
@@ -210,12 +211,9 @@ LEditResult LDocumentController::PasteList(const LCutListAudio& list, bool overS
 }
 
 LEditResult LDocumentController::CmDelete() {
-    if (!current_)
-        return LEditResult::kNoDocument;
+    if (const LEditResult why = CheckSelection(); why != LEditResult::kDone)
+        return why;
     LOMFile& doc = *current_;
-    doc.ClampSelection();
-    if (!doc.HasSelection())
-        return LEditResult::kNoSelection;
     StartModifyCurrentFile("Delete");
     doc.audio.EfDelete(doc.selStart, doc.selEnd);
     doc.selEnd = doc.selStart;
@@ -224,12 +222,9 @@ LEditResult LDocumentController::CmDelete() {
 }
 
 LEditResult LDocumentController::CmTrim() {
-    if (!current_)
-        return LEditResult::kNoDocument;
+    if (const LEditResult why = CheckSelection(); why != LEditResult::kDone)
+        return why;
     LOMFile& doc = *current_;
-    doc.ClampSelection();
-    if (!doc.HasSelection())
-        return LEditResult::kNoSelection;
     StartModifyCurrentFile("Trim");
     doc.audio.EfCrop(doc.selStart, doc.selEnd);
     doc.SetSelection(0, doc.audio.GetLength());

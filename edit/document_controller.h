@@ -134,6 +134,9 @@ class LDocumentController {
     std::string ClipboardFilePath();
 
   private:
+    // kDone when there is a current document whose selection, clamped to its audio, is
+    // not empty; otherwise why not.
+    LEditResult CheckSelection();
     LEditResult PasteList(const LCutListAudio& list, bool overSelection, const char* undoName);
 
     LSettingsStore& settings_;
