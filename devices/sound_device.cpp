@@ -14,6 +14,28 @@ int16_t InternalTo16(int32_t x) {
     return static_cast<int16_t>(std::clamp(v, -32768, 32767));
 }
 
+namespace {
+
+// Preparing a buffer only marks it: both directions share these rules.
+LWaveResult PrepareHeader(LWaveHeader* header) {
+    if (header == nullptr || header->data == nullptr)
+        return kWaveError;
+    header->flags.fetch_or(kWavePrepared);
+    return kWaveOk;
+}
+
+// A queued buffer cannot be unprepared until the device has finished with it.
+LWaveResult UnprepareHeader(LWaveHeader* header) {
+    if (header == nullptr)
+        return kWaveError;
+    if (header->flags.load() & kWaveInQueue)
+        return kWaveStillPlaying;
+    header->flags.fetch_and(~kWavePrepared);
+    return kWaveOk;
+}
+
+}  // namespace
+
 // ---- output ----
 
 LSoundOutDevice::LSoundOutDevice(const LWaveFormat& format, std::shared_ptr<LEvent> event)
@@ -22,19 +44,11 @@ LSoundOutDevice::LSoundOutDevice(const LWaveFormat& format, std::shared_ptr<LEve
 LSoundOutDevice::~LSoundOutDevice() = default;
 
 LWaveResult LSoundOutDevice::Prepare(LWaveHeader* header) {
-    if (header == nullptr || header->data == nullptr)
-        return kWaveError;
-    header->flags.fetch_or(kWavePrepared);
-    return kWaveOk;
+    return PrepareHeader(header);
 }
 
 LWaveResult LSoundOutDevice::Unprepare(LWaveHeader* header) {
-    if (header == nullptr)
-        return kWaveError;
-    if (header->flags.load() & kWaveInQueue)
-        return kWaveStillPlaying;
-    header->flags.fetch_and(~kWavePrepared);
-    return kWaveOk;
+    return UnprepareHeader(header);
 }
 
 LWaveResult LSoundOutDevice::Write(LWaveHeader* header) {
@@ -151,19 +165,11 @@ LSoundInDevice::LSoundInDevice(const LWaveFormat& format, std::shared_ptr<LEvent
 LSoundInDevice::~LSoundInDevice() = default;
 
 LWaveResult LSoundInDevice::Prepare(LWaveHeader* header) {
-    if (header == nullptr || header->data == nullptr)
-        return kWaveError;
-    header->flags.fetch_or(kWavePrepared);
-    return kWaveOk;
+    return PrepareHeader(header);
 }
 
 LWaveResult LSoundInDevice::Unprepare(LWaveHeader* header) {
-    if (header == nullptr)
-        return kWaveError;
-    if (header->flags.load() & kWaveInQueue)
-        return kWaveStillPlaying;
-    header->flags.fetch_and(~kWavePrepared);
-    return kWaveOk;
+    return UnprepareHeader(header);
 }
 
 LWaveResult LSoundInDevice::AddBuffer(LWaveHeader* header) {
