@@ -12,29 +12,14 @@
 #include "core/pr_source_to_sink.h"
 #include "formats/open_audio_source.h"
 #include "formats/wave_file.h"
+#include "tests/cli/cli_runner.h"
 #include "tests/support/test_support.h"
 
 namespace osmera {
 namespace {
 
-struct CliRun {
-    int code;
-    std::string out;
-};
-
-// Runs osmera-cli with `args` (already shell-quoted), capturing stdout.
-CliRun Cli(const std::string& args) {
-    const std::string command = std::string(OSMERA_CLI) + " " + args + " 2>/dev/null";
-    FILE* p = popen(command.c_str(), "r");
-    std::string out;
-    std::array<char, 4096> buf;
-    size_t n;
-    while ((n = fread(buf.data(), 1, buf.size(), p)) > 0) out.append(buf.data(), n);
-    const int status = pclose(p);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
-}
-
-std::string Q(const std::string& s) { return "'" + s + "'"; }
+using testing::Cli;
+using testing::Q;
 
 std::string Slurp(const std::string& path) {
     std::ifstream f(path, std::ios::binary);
@@ -55,14 +40,14 @@ std::vector<int32_t> ReadAll(const std::string& path) {
 }
 
 class CliTest : public ::testing::Test {
-protected:
+  protected:
     testing::TempDir dir;
 };
 
 TEST_F(CliTest, InfoPrintsKeyValueLinesAndFailsOnUnreadableFiles) {
     const std::string wav = dir.File("tone one.wav");
     WriteTone(wav, 44100, 44100 * 2 + 441);
-    CliRun r = Cli("info " + Q(wav));
+    testing::CliResult r = Cli("info " + Q(wav));
     EXPECT_EQ(r.code, 0);
     EXPECT_EQ(r.out, "file=\"" + wav +
                          "\" format=wav-pcm channels=2 rate=44100 bits=16 frames=88641 "
@@ -70,7 +55,8 @@ TEST_F(CliTest, InfoPrintsKeyValueLinesAndFailsOnUnreadableFiles) {
 
     r = Cli("info " + Q(dir.File("missing.wav")) + " " + Q(wav));
     EXPECT_NE(r.code, 0);
-    EXPECT_NE(r.out.find("error=4 message=\"Cannot open the file \\\""), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("error=4 message=\"Cannot open the file \\\""), std::string::npos)
+        << r.out;
     EXPECT_NE(r.out.find("\nfile="), std::string::npos);  // the good file is still described
 
     std::ofstream(dir.File("junk.wav")) << "RIFF....WAVEjunkjunkjunk";
@@ -90,15 +76,17 @@ TEST_F(CliTest, ConvertSameFormatIsBitExactAndOtherFormatsHaveTheirHeader) {
                   " --rate 48000 --channels 1 --bits 24")
                   .code,
               0);
-    CliRun r = Cli("info " + Q(dir.File("o.wav")));
-    EXPECT_NE(r.out.find("format=wav-pcm channels=1 rate=48000 bits=24 "), std::string::npos) << r.out;
+    testing::CliResult r = Cli("info " + Q(dir.File("o.wav")));
+    EXPECT_NE(r.out.find("format=wav-pcm channels=1 rate=48000 bits=24 "), std::string::npos)
+        << r.out;
 
     // The header must satisfy an independent reader too.
     const std::string sox = "sox --i " + Q(dir.File("o.wav")) + " 2>/dev/null";
     if (FILE* p = popen(sox.c_str(), "r")) {
         std::string text;
         char buf[512];
-        while (fgets(buf, sizeof buf, p)) text += buf;
+        while (fgets(buf, sizeof buf, p))
+            text += buf;
         if (pclose(p) == 0) {
             EXPECT_NE(text.find("Channels       : 1"), std::string::npos) << text;
             EXPECT_NE(text.find("Sample Rate    : 48000"), std::string::npos) << text;
@@ -123,7 +111,8 @@ TEST_F(CliTest, FailuresNeverReplaceTheOutputAndReportUsage) {
     EXPECT_EQ(Slurp(out), "precious");
     // No temporaries are left beside the output.
     size_t files = 0;
-    for (auto& e : std::filesystem::directory_iterator(dir.Path())) files += e.is_regular_file();
+    for (auto& e : std::filesystem::directory_iterator(dir.Path()))
+        files += e.is_regular_file();
     EXPECT_EQ(files, 2u);
 
     EXPECT_EQ(Cli("--version").code, 0);

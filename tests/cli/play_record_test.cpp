@@ -13,31 +13,14 @@
 #include "core/pr_source_to_sink.h"
 #include "formats/open_audio_source.h"
 #include "formats/wave_file.h"
+#include "tests/cli/cli_runner.h"
 #include "tests/support/test_support.h"
 
 namespace osmera {
 namespace {
 
-struct CliResult {
-    int code;
-    std::string out;
-};
-
-CliResult Cli(const std::string& args) {
-    const std::string command = std::string(OSMERA_CLI) + " " + args + " 2>/dev/null";
-    FILE* p = popen(command.c_str(), "r");
-    std::string out;
-    std::array<char, 4096> buf;
-    size_t n;
-    while ((n = fread(buf.data(), 1, buf.size(), p)) > 0)
-        out.append(buf.data(), n);
-    const int status = pclose(p);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
-}
-
-std::string Q(const std::string& s) {
-    return "'" + s + "'";
-}
+using testing::Cli;
+using testing::Q;
 
 std::vector<int32_t> ReadAll(const std::string& path, int32_t* rate = nullptr) {
     LSourceRef s = OpenAudioSource(path);
@@ -94,7 +77,7 @@ TEST(PlayRecordCli, PlaysToAFileDeviceAndRecordsFromAFileInput) {
 
 TEST(PlayRecordCli, ListsDevicesAndRejectsBadArguments) {
     testing::TempDir dir;
-    const CliResult devices = Cli("devices");
+    const testing::CliResult devices = Cli("devices");
     EXPECT_EQ(devices.code, 0);
     EXPECT_NE(devices.out.find("  0  [Default Sound Out]"), std::string::npos);
     EXPECT_NE(devices.out.find("  0  [Default Sound In]"), std::string::npos);

@@ -15,6 +15,7 @@
 #include "core/pr_source_to_sink.h"
 #include "formats/open_audio_source.h"
 #include "formats/wave_file.h"
+#include "tests/cli/cli_runner.h"
 #include "tests/support/test_support.h"
 
 namespace osmera {
@@ -22,21 +23,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct CliResult {
-    int code;
-    std::string output;  // stdout and stderr
-};
-
-CliResult RunCli(const std::string& prefix, const std::string& args) {
-    const std::string command = prefix + " " + OSMERA_CLI + " " + args + " 2>&1";
-    FILE* p = popen(command.c_str(), "r");
-    std::string out;
-    std::array<char, 4096> buf;
-    size_t n;
-    while ((n = fread(buf.data(), 1, buf.size(), p)) > 0)
-        out.append(buf.data(), n);
-    const int status = pclose(p);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
+// stdout and stderr together in `out`.
+testing::CliResult RunCli(const std::string& prefix, const std::string& args) {
+    return testing::RunShell(prefix + " " + OSMERA_CLI + " " + args + " 2>&1");
 }
 
 std::vector<int32_t> ReadFrames(const std::string& path) {
@@ -63,7 +52,7 @@ class ScriptTest : public ::testing::Test {
         LPRSourceToSink(MakeRef<LSRCTone>(8000, 2, 4000, 441.0, 300000), sink).Process();
     }
     void Write(const std::string& script) { std::ofstream(dir.File("s.txt")) << script; }
-    CliResult Go() {
+    testing::CliResult Go() {
         return RunCli("TMPDIR='" + dir.File("tmp") + "'",
                       "run '" + dir.File("s.txt") + "' --work-dir '" + dir.File("work") + "'");
     }
@@ -163,25 +152,23 @@ TEST_F(ScriptTest, TwentyEditsAndEightUndosGiveTheModelsSamples) {
     std::ofstream(dir.File("scripts/s.txt")) << script;
     fs::copy(dir.File("in dir"), dir.File("scripts/in dir"));  // paths resolve from the script
 
-    const CliResult r =
+    const testing::CliResult r =
         RunCli("", "run '" + dir.File("scripts/s.txt") + "' --work-dir '" + dir.File("work") + "'");
-    ASSERT_EQ(r.code, 0) << r.output;
-    EXPECT_NE(r.output.find("frames=" + std::to_string(m.Length()) + " "), std::string::npos)
-        << r.output;
-    EXPECT_NE(r.output.find("modified=1 undo=\"Undo "), std::string::npos) << r.output;
+    ASSERT_EQ(r.code, 0) << r.out;
+    EXPECT_NE(r.out.find("frames=" + std::to_string(m.Length()) + " "), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("modified=1 undo=\"Undo "), std::string::npos) << r.out;
     EXPECT_EQ(ReadFrames(dir.File("out.wav")), m.audio);
     EXPECT_EQ(CutFiles(dir.Path() / "work"), 0u);
 }
 
 TEST_F(ScriptTest, InfoLineAfterACut) {
     Write("open \"in dir/tone in.wav\"\nselect 0.1 0.2\ncut\ninfo\n");
-    const CliResult r = Go();
-    ASSERT_EQ(r.code, 0) << r.output;
-    EXPECT_NE(r.output.find("rate=8000 channels=2 frames=3200 time=0:00:00.40 entries=2 "),
+    const testing::CliResult r = Go();
+    ASSERT_EQ(r.code, 0) << r.out;
+    EXPECT_NE(r.out.find("rate=8000 channels=2 frames=3200 time=0:00:00.40 entries=2 "),
               std::string::npos)
-        << r.output;
-    EXPECT_NE(r.output.find(" modified=1 undo=\"Undo Cut\\tCtrl+Z\"\n"), std::string::npos)
-        << r.output;
+        << r.out;
+    EXPECT_NE(r.out.find(" modified=1 undo=\"Undo Cut\\tCtrl+Z\"\n"), std::string::npos) << r.out;
 }
 
 TEST_F(ScriptTest, BadLinesStopWithTheirNumberAndNoOutput) {
@@ -202,9 +189,9 @@ TEST_F(ScriptTest, BadLinesStopWithTheirNumberAndNoOutput) {
     };
     for (const Case& c : cases) {
         Write(c.script);
-        const CliResult r = Go();
+        const testing::CliResult r = Go();
         EXPECT_NE(r.code, 0) << c.script;
-        EXPECT_NE(r.output.find(c.where), std::string::npos) << c.script << "\n" << r.output;
+        EXPECT_NE(r.out.find(c.where), std::string::npos) << c.script << "\n" << r.out;
         EXPECT_FALSE(fs::exists(dir.File("out.wav"))) << c.script;
         EXPECT_EQ(CutFiles(dir.Path() / "work"), 0u) << c.script;
     }
