@@ -6,42 +6,13 @@
 #
 #   bench/compare.sh            (after make build)
 #   CLI=path/to/osmera-cli MINUTES=10 RUNS=3 bench/compare.sh
-set -euo pipefail
-cd "$(dirname "$0")/.."
-CLI=${CLI:-build/cli/osmera-cli}
 MINUTES=${MINUTES:-10}
-RUNS=${RUNS:-3}
-[ -x "$CLI" ] || { echo "no $CLI: run 'make build' first" >&2; exit 1; }
-command -v sox >/dev/null || { echo "sox is needed: apt-get install sox" >&2; exit 1; }
-[ -x /usr/bin/time ] || { echo "GNU time is needed: apt-get install time" >&2; exit 1; }
+# shellcheck source=bench/common.sh
+source "$(dirname "$0")/common.sh"
 
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-
-# Two different tones per channel, well below full scale, plus a little noise so the
-# data is not trivially compressible.
-make_input() {  # rate minutes out
-    sox -q -n -r "$1" -c 2 -b 16 "$3" synth "$2:00" sine 440 sine 660 vol 0.4 \
-        remix 1 2 dither
-}
 make_input 44100 "$MINUTES" "$work/in44.wav"
 make_input 48000 "$MINUTES" "$work/in48.wav"
 make_input 44100 1 "$work/in44-1min.wav"
-
-# best_of CMD...: prints "<seconds> <peak KiB>" for the fastest of RUNS runs.
-best_of() {
-    local best="" mem=0
-    for _ in $(seq "$RUNS"); do
-        local start end t m
-        start=$(date +%s.%N)
-        m=$(/usr/bin/time -f %M "$@" 2>&1 >/dev/null | tail -n 1)
-        end=$(date +%s.%N)
-        t=$(awk -v a="$start" -v b="$end" 'BEGIN { print b - a }')
-        if [ -z "$best" ] || awk -v t="$t" -v b="$best" 'BEGIN { exit !(t < b) }'; then best=$t; fi
-        [ "$m" -gt "$mem" ] && mem=$m
-    done
-    echo "$best $mem"
-}
 
 printf '%-22s %10s %10s %8s %12s %12s\n' workload osmera_s sox_s ratio osmera_KiB sox_KiB
 row() {  # name, then osmera args, '--', sox args

@@ -9,32 +9,16 @@
 # Targets (ratio osmera/sox): normalize at most 0.3, the others at most 1.0.
 #
 #   CLI=build/cli/osmera-cli MINUTES=10 RUNS=3 bench/effects_compare.sh
-set -euo pipefail
-cd "$(dirname "$0")/.."
-CLI=${CLI:-build/cli/osmera-cli}
 MINUTES=${MINUTES:-10}
-RUNS=${RUNS:-3}
-[ -x "$CLI" ] || { echo "no $CLI: run 'make build' first" >&2; exit 1; }
-command -v sox >/dev/null || { echo "sox is needed: apt-get install sox" >&2; exit 1; }
-CLI=$(realpath "$CLI")
-
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-sox -q -n -r 44100 -c 2 -b 16 "$work/in.wav" synth "$MINUTES:00" sine 440 sine 660 vol 0.4 \
-    remix 1 2 dcshift 0.01 dither
+# shellcheck source=bench/common.sh
+source "$(dirname "$0")/common.sh"
+make_input 44100 "$MINUTES" "$work/in.wav" dcshift 0.01
 
 # best CMD...: the fastest wall time of RUNS runs, in seconds.
 best() {
-    local b=""
-    for _ in $(seq "$RUNS"); do
-        local s e t
-        s=$(date +%s.%N)
-        "$@" >/dev/null 2>&1
-        e=$(date +%s.%N)
-        t=$(awk -v a="$s" -v b="$e" 'BEGIN { print b - a }')
-        if [ -z "$b" ] || awk -v t="$t" -v b="$b" 'BEGIN { exit !(t < b) }'; then b=$t; fi
-    done
-    echo "$b"
+    local t _
+    read -r t _ < <(best_of "$@")
+    echo "$t"
 }
 
 script() {  # name effect-line
