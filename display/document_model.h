@@ -1,0 +1,68 @@
+#pragma once
+// The editor's view-model of one open document: the only writer of its cursor, selection
+// and visible range, and the one place that tells the document's windows what changed.
+//
+// The engine's controller changes audio (edits, effects, undo) and reports it through
+// LDocumentListener; the frame forwards each report to the document's model with
+// NotifyAudioChanged / NotifyStateChanged, and every view listening to the model redraws.
+// Signals of one event-loop turn are merged, so a burst of changes repaints once.
+//
+// Ownership: the model borrows the document (the controller owns it) and must be destroyed
+// before it. Threads: GUI thread only.
+
+#include <QObject>
+#include <cstdint>
+
+#include "edit/om_file.h"
+
+namespace osmera {
+
+// How a multi-channel waveform is drawn: both halves of each channel around its own middle
+// line ("+ / -"), or the left channel upward and the right channel downward ("L / R").
+enum class LWaveDisplayMode { kPlusMinus, kLeftRight };
+
+class LDocumentModel : public QObject {
+    Q_OBJECT
+  public:
+    explicit LDocumentModel(LOMFile& doc, QObject* parent = nullptr);
+
+    LOMFile& Document() { return doc_; }
+    const LOMFile& Document() const { return doc_; }
+
+    // Cursor, selection and view; each clamps to the audio and emits its signal when the
+    // value really changed.
+    void SetCursor(int32_t frame);
+    void SetSelection(int32_t a, int32_t b);
+    void SetView(int32_t start, int32_t end);
+
+    // Zoom commands of the Window menu (5001-5005) on this document's view.
+    void ZoomIn();
+    void ZoomOut();
+    void ZoomToSelection();
+    void ZoomFull();
+    void VerticalZoom();  // steps the vertical magnification 1, 2, 4, 8, 16, then back to 1
+    int VerticalScale() const { return verticalScale_; }
+
+    void SetDisplayMode(LWaveDisplayMode mode);
+    LWaveDisplayMode DisplayMode() const { return displayMode_; }
+
+    // The controller changed the audio (edit, effect, undo, load): frames from..to of the
+    // new audio may differ (to = -1: up to the end). Cursor, selection and view may have
+    // changed too.
+    void NotifyAudioChanged(int32_t from = 0, int32_t to = -1);
+    // Cursor, selection or view fields of the document were written by the engine.
+    void NotifyStateChanged();
+
+  signals:
+    void audioChanged(int32_t from, int32_t to);
+    void selectionChanged();
+    void cursorChanged();
+    void viewChanged();
+
+  private:
+    LOMFile& doc_;
+    int verticalScale_ = 1;
+    LWaveDisplayMode displayMode_ = LWaveDisplayMode::kPlusMinus;
+};
+
+}  // namespace osmera
