@@ -2,7 +2,10 @@
 //
 // Pumps IN through the format-matching chain into a PCM WAV writer. The output is
 // written beside OUT under a temporary name and moved over OUT only when everything was
-// written, so a failure or Ctrl+C never leaves half a file where OUT was.
+// written, so a failure or Ctrl+C never leaves half a file where OUT was. Inputs of more
+// than two channels or longer than 2147483647 frames, and outputs too large for a WAV
+// header, are refused before anything is written; an input that ends before its header
+// says is converted (the rest as silence) with a warning.
 
 #include <cstdio>
 
@@ -14,6 +17,7 @@
 #include "core/safe_replace.h"
 #include "formats/open_audio_source.h"
 #include "formats/open_error_message.h"
+#include "formats/opened_file_facts.h"
 #include "formats/wave_file.h"
 
 namespace osmera::cli {
@@ -43,14 +47,33 @@ int RunConvert(int argc, char** argv) {
         PrintError(OpenErrorMessage(source->GetError(), in));
         return kExitFailed;
     }
-    if (source->GetChannels() > 2 && channelsArg == 0) {
-        PrintError(in + " has " + std::to_string(source->GetChannels()) +
-                   " channels; give --channels 1 or 2 (only mono and stereo are converted)");
+    const LOpenedFileFacts facts = LOpenedFileFacts::Of(*source);
+    if (facts.HasTooManyChannels()) {
+        PrintError(facts.ChannelsRefusal(in));
         return kExitFailed;
     }
+    // A conversion that left out the end of its input would look like a whole one.
+    if (facts.LeftOutFrames() > 0) {
+        PrintError("cannot convert \"" + in + "\": it holds " +
+                   std::to_string(facts.claimedFrames) + " frames (" +
+                   LOpenedFileFacts::TimeText(facts.claimedFrames, facts.sampleRate) +
+                   "), more than the 2147483647 frames this program can convert; " + out +
+                   " was left as it was");
+        return kExitFailed;
+    }
+    for (const std::string& warning : facts.Warnings(in))
+        PrintError("warning: " + warning);
+
     const int32_t rate = rateArg ? static_cast<int32_t>(rateArg) : source->GetSampleRate();
     const auto channels = static_cast<uint8_t>(channelsArg ? channelsArg : source->GetChannels());
-    const int32_t bits = bitsArg ? static_cast<int32_t>(bitsArg) : DescribeSource(*source).writeBits;
+    const int32_t bits =
+        bitsArg ? static_cast<int32_t>(bitsArg) : DescribeSource(*source).writeBits;
+    const int64_t outFrames = int64_t{source->GetLengthSample()} * rate / source->GetSampleRate();
+    if (const std::string tooLarge = LSNKPCMFileBase::CheckSize(out, outFrames, channels, bits / 8);
+        !tooLarge.empty()) {
+        PrintError(tooLarge + " " + out + " was left as it was.");
+        return kExitFailed;
+    }
 
     LSafeReplace replace(out);
     auto sink = LWaveFile::CreateSink(replace.TempPath(), rate, 0, bits / 8, channels);

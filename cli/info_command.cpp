@@ -2,15 +2,18 @@
 //
 // One line per file of space-separated key=value pairs that scripts can read. Values
 // holding spaces or quotes are quoted with backslash escapes; message= is always quoted.
+// frames= and time= give the length the file states. A file that ends before its header
+// says adds present-frames= and present-time=, one longer than a document can hold adds
+// opened-frames=, and either, or more than two channels, adds a quoted warning=.
 
 #include <cstdio>
 
 #include "cli/args.h"
 #include "cli/commands.h"
 #include "cli/source_description.h"
-#include "core/sound_time.h"
 #include "formats/open_audio_source.h"
 #include "formats/open_error_message.h"
+#include "formats/opened_file_facts.h"
 
 namespace osmera::cli {
 
@@ -31,11 +34,27 @@ int RunInfo(int argc, char** argv) {
             continue;
         }
         const LSourceDescription d = DescribeSource(*source);
-        const LSoundTime length(source->GetLengthSample(), source->GetSampleRate());
-        std::printf("file=%s format=%s channels=%d rate=%d bits=%d frames=%d time=%s\n",
-                    QuoteValue(path).c_str(), QuoteValue(d.format).c_str(), source->GetChannels(),
-                    source->GetSampleRate(), d.bits, source->GetLengthSample(),
-                    LSoundTime::FormatHundredths(length.GetMilliseconds()).c_str());
+        const LOpenedFileFacts facts = LOpenedFileFacts::Of(*source);
+        const int32_t rate = source->GetSampleRate();
+        // frames= and time= are the length the file states; when the file holds less, or
+        // more than opens, both lengths are shown and the warning says what that means.
+        std::string line = "file=" + QuoteValue(path) + " format=" + QuoteValue(d.format) +
+                           " channels=" + std::to_string(facts.channels) +
+                           " rate=" + std::to_string(rate) + " bits=" + std::to_string(d.bits) +
+                           " frames=" + std::to_string(facts.claimedFrames) +
+                           " time=" + LOpenedFileFacts::TimeText(facts.claimedFrames, rate);
+        if (facts.MissingFrames() > 0) {
+            line += " present-frames=" + std::to_string(facts.presentFrames) +
+                    " present-time=" + LOpenedFileFacts::TimeText(facts.presentFrames, rate);
+        }
+        if (facts.LeftOutFrames() > 0)
+            line += " opened-frames=" + std::to_string(facts.openedFrames);
+        std::string warning = facts.ChannelsRefusal(path);
+        for (const std::string& w : facts.Warnings(path))
+            warning += (warning.empty() ? "" : " ") + w;
+        if (!warning.empty())
+            line += " warning=" + QuoteValue(warning, true);
+        std::printf("%s\n", line.c_str());
     }
     return exitCode;
 }

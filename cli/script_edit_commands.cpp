@@ -4,6 +4,7 @@
 // Ctrl+Z does in the editor.
 
 #include <algorithm>
+#include <cstdio>
 #include <string>
 
 #include "cli/script_commands.h"
@@ -69,7 +70,14 @@ std::string Quoted(const std::string& text) {
 
 std::string Open(LScriptContext& ctx, Args args) {
     std::string message;
-    ctx.controller.OpenDocument(args.Path(0), &ctx.progress, &message);
+    std::string warning;
+    ctx.controller.OpenDocument(args.Path(0), &ctx.progress, &message, &warning);
+    // A file that did not open whole still opened: say so, one line per fact, and go on.
+    for (size_t at = 0; at < warning.size();) {
+        const size_t end = std::min(warning.find('\n', at), warning.size());
+        std::fprintf(stderr, "osmera-cli: warning: %s\n", warning.substr(at, end - at).c_str());
+        at = end + 1;
+    }
     return message;
 }
 
@@ -182,7 +190,8 @@ std::string CheckSave(Args args) {
 std::string Save(LScriptContext& ctx, Args args) {
     if (!ctx.Document())
         return kNoDocumentMessage;
-    const int32_t bits = args.HasOption("bits") ? std::stoi(args.Option("bits")) : 16;
+    // Without --bits the document keeps the width it was opened with.
+    const int32_t bits = args.HasOption("bits") ? std::stoi(args.Option("bits")) : 0;
     std::string message;
     ctx.controller.SaveCurrentFile(args.Count() ? args.Path(0) : std::string(), bits / 8,
                                    &ctx.progress, &message);

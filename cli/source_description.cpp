@@ -4,6 +4,7 @@
 
 #include <cctype>
 
+#include "formats/opened_file_facts.h"
 #include "formats/src_pcm_file_base.h"
 #include "formats/src_snd_file.h"
 
@@ -17,11 +18,11 @@ struct Encoding {
 };
 
 constexpr Encoding kEncodings[] = {
-    {SF_FORMAT_PCM_S8, "pcm", 8},       {SF_FORMAT_PCM_U8, "pcm", 8},
-    {SF_FORMAT_PCM_16, "pcm", 16},      {SF_FORMAT_PCM_24, "pcm", 24},
-    {SF_FORMAT_PCM_32, "pcm", 32},      {SF_FORMAT_FLOAT, "float", 32},
-    {SF_FORMAT_DOUBLE, "double", 64},   {SF_FORMAT_ULAW, "ulaw", 8},
-    {SF_FORMAT_ALAW, "alaw", 8},        {SF_FORMAT_IMA_ADPCM, "ima-adpcm", 0},
+    {SF_FORMAT_PCM_S8, "pcm", 8},        {SF_FORMAT_PCM_U8, "pcm", 8},
+    {SF_FORMAT_PCM_16, "pcm", 16},       {SF_FORMAT_PCM_24, "pcm", 24},
+    {SF_FORMAT_PCM_32, "pcm", 32},       {SF_FORMAT_FLOAT, "float", 32},
+    {SF_FORMAT_DOUBLE, "double", 64},    {SF_FORMAT_ULAW, "ulaw", 8},
+    {SF_FORMAT_ALAW, "alaw", 8},         {SF_FORMAT_IMA_ADPCM, "ima-adpcm", 0},
     {SF_FORMAT_MS_ADPCM, "ms-adpcm", 0}, {SF_FORMAT_GSM610, "gsm610", 0},
     {SF_FORMAT_VORBIS, "vorbis", 0},
 };
@@ -34,28 +35,30 @@ std::string ContainerName(int format) {
         return "audio";
     }
     std::string name = info.extension;
-    for (char& c : name) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    for (char& c : name)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     return name;
 }
 
 }  // namespace
 
 LSourceDescription DescribeSource(LSoundSourceBase& source) {
+    // The reader knows which width a conversion keeps (decoded audio carries 16-bit
+    // precision; only PCM keeps its own width).
+    const int32_t keep = LOpenedFileFacts::Of(source).keptBytesPerSample * 8;
     if (auto* pcm = dynamic_cast<LSRCPCMFileBase*>(&source)) {
-        const int32_t bits = pcm->GetBytesPerSample() * 8;
-        return {"wav-pcm", bits, bits};
+        return {"wav-pcm", pcm->GetBytesPerSample() * 8, keep};
     }
     auto* decoded = dynamic_cast<LSRCSndFile*>(&source);
-    if (!decoded) return {"decoded", 0, 16};
+    if (!decoded)
+        return {"decoded", 0, keep};
     const int format = decoded->GetSndFileFormat();
     const int subtype = format & SF_FORMAT_SUBMASK;
     for (const Encoding& e : kEncodings) {
-        if (e.subtype != subtype) continue;
-        // Decoded audio carries 16-bit precision; only wider PCM keeps its width.
-        const int32_t keep = std::string(e.name) == "pcm" ? e.bits : 16;
-        return {ContainerName(format) + "-" + e.name, e.bits, keep};
+        if (e.subtype == subtype)
+            return {ContainerName(format) + "-" + e.name, e.bits, keep};
     }
-    return {ContainerName(format), 0, 16};
+    return {ContainerName(format), 0, keep};
 }
 
 }  // namespace osmera::cli

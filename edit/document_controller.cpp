@@ -22,12 +22,16 @@ LOMFile& LDocumentController::NewDocument(uint32_t sampleRate, uint8_t channels)
 }
 
 int LDocumentController::OpenDocument(const std::string& path, LProgress* progress,
-                                      std::string* message) {
+                                      std::string* message, std::string* warning) {
     auto doc = std::make_unique<LOMFile>();
-    const int result = LoadAudioFile(path, doc->audio, progress, message);
+    LLoadReport report;
+    const int result = LoadAudioFile(path, doc->audio, progress, message, "Opening", &report);
     if (result != kJobDone)
         return result;
+    if (warning)
+        *warning = report.warning;
     doc->path = path;
+    doc->bytesPerSample = report.bytesPerSample;
     doc->ZoomAll();
     LOMFile& ref = *doc;
     documents_.push_back(std::move(doc));
@@ -48,10 +52,12 @@ int LDocumentController::SaveCurrentFile(const std::string& path, int32_t bytesP
             *message = current_->GetDisplayName() + " has no file name yet";
         return kJobFailed;
     }
-    const int result = SaveAudioFile(current_->audio, target, bytesPerSample, progress, message);
+    const int32_t width = bytesPerSample == 0 ? current_->bytesPerSample : bytesPerSample;
+    const int result = SaveAudioFile(current_->audio, target, width, progress, message);
     if (result != kJobDone)
         return result;
     current_->path = target;
+    current_->bytesPerSample = width;
     current_->modified = 0;
     listener_->SaveEnabledChanged(IsSaveEnabled());
     return kJobDone;

@@ -78,12 +78,18 @@ class LDocumentController {
 
     // A new empty untitled document (numbered by GetUntitledIdx); it becomes current.
     LOMFile& NewDocument(uint32_t sampleRate, uint8_t channels);
-    // Opens `path` into a new document that becomes current. On anything but kJobDone
-    // (document_io.h) no document is added and `message` says why.
-    int OpenDocument(const std::string& path, LProgress* progress, std::string* message = nullptr);
+    // Opens `path` into a new document that becomes current; the document remembers the
+    // file's sample width for later saves. On anything but kJobDone (document_io.h) no
+    // document is added and `message` says why (a file of more than two channels is
+    // refused). On kJobDone `warning` is "" when the file opened whole, else the lines to
+    // show the user: frames beyond what a document holds left out, or a file that ends
+    // before its header says whose rest opened as silence.
+    int OpenDocument(const std::string& path, LProgress* progress, std::string* message = nullptr,
+                     std::string* warning = nullptr);
     // Saves the current document to `path` ("" for its own path) as PCM WAV of
-    // `bytesPerSample`. On success the document takes that path and is no longer modified.
-    // A document without a path needs one (kJobFailed otherwise).
+    // `bytesPerSample`, 0 meaning the width the document was opened with (16 bits for a
+    // new one). On success the document takes that path and width and is no longer
+    // modified. A document without a path needs one (kJobFailed otherwise).
     int SaveCurrentFile(const std::string& path, int32_t bytesPerSample, LProgress* progress,
                         std::string* message = nullptr);
     // Closes `doc` without asking (the editor asks "Save changes" before). The next

@@ -7,6 +7,7 @@
 #include "edit/src_cut_list_audio.h"
 #include "formats/open_audio_source.h"
 #include "formats/open_error_message.h"
+#include "formats/opened_file_facts.h"
 #include "formats/wave_file.h"
 
 namespace osmera {
@@ -20,16 +21,16 @@ void Say(std::string* message, const std::string& text) {
 }  // namespace
 
 int LoadAudioFile(const std::string& path, LCutListAudio& target, LProgress* progress,
-                  std::string* message, const std::string& title) {
+                  std::string* message, const std::string& title, LLoadReport* report) {
     LSourceRef source = OpenAudioSource(path);
     if (!source->IsOk()) {
         Say(message, OpenErrorMessage(source->GetError(), path));
         return kJobFailed;
     }
-    if (source->GetChannels() > 2) {
+    const LOpenedFileFacts facts = LOpenedFileFacts::Of(*source);
+    if (facts.HasTooManyChannels()) {
         LTrace("LoadAudioFile more than 2 channels");
-        Say(message, path + " has " + std::to_string(source->GetChannels()) +
-                         " channels; only mono and stereo files can be edited");
+        Say(message, facts.ChannelsRefusal(path));
         return kJobFailed;
     }
     LCutListAudio loaded;
@@ -47,6 +48,12 @@ int LoadAudioFile(const std::string& path, LCutListAudio& target, LProgress* pro
         return kJobFailed;
     }
     target = std::move(loaded);
+    if (report) {
+        report->bytesPerSample = facts.keptBytesPerSample;
+        report->warning.clear();
+        for (const std::string& line : facts.Warnings(path))
+            report->warning += (report->warning.empty() ? "" : "\n") + line;
+    }
     return kJobDone;
 }
 
@@ -55,6 +62,13 @@ int SaveAudioFile(const LCutListAudio& audio, const std::string& path, int32_t b
     if (bytesPerSample < 1 || bytesPerSample > 4) {
         LTrace("SaveAudioFile bytesPerSample out of range");
         Say(message, "the sample width must be 8, 16, 24 or 32 bits");
+        return kJobFailed;
+    }
+    const std::string tooLarge =
+        LSNKPCMFileBase::CheckSize(path, audio.GetLength(), audio.GetChannels(), bytesPerSample);
+    if (!tooLarge.empty()) {
+        LTrace("SaveAudioFile too large for a WAV file");
+        Say(message, tooLarge);
         return kJobFailed;
     }
     LSafeReplace replace(path);

@@ -24,13 +24,25 @@ enum : int {
     kJobFailed = 2,
 };
 
+// What a successful load tells beside the audio.
+struct LLoadReport {
+    // The PCM width (bytes per sample) a save keeps: the file's own for PCM, else 2.
+    int32_t bytesPerSample = 2;
+    // Sentences, one per line, for a file that did not open whole (frames beyond what a
+    // document can count left out, or a file that ends before its header says and whose
+    // rest opens as silence); "" when it opened whole.
+    std::string warning;
+};
+
 // Reads any audio file this program opens (mono or stereo) into new cuts; on success
-// `target` holds exactly the file's audio at its rate and channel count.
+// `target` holds exactly the file's audio at its rate and channel count, and `report`
+// (when given) what the user should be told. A file of more than two channels is refused.
 int LoadAudioFile(const std::string& path, LCutListAudio& target, LProgress* progress,
-                  std::string* message = nullptr, const std::string& title = "Opening");
+                  std::string* message = nullptr, const std::string& title = "Opening",
+                  LLoadReport* report = nullptr);
 
 // Writes `audio` as a PCM WAV file of `bytesPerSample` (1 to 4) at the list's rate and
-// channels.
+// channels. Audio too large for a WAV header's sizes is refused before anything is written.
 int SaveAudioFile(const LCutListAudio& audio, const std::string& path, int32_t bytesPerSample,
                   LProgress* progress, std::string* message = nullptr,
                   const std::string& title = "Saving");

@@ -67,6 +67,9 @@ class LOMFile {
     int32_t viewEnd = 0;
     uint8_t modified = 0;
     uint32_t untitledIdx = 0;
+    // The PCM width (bytes per sample) the file was opened with, which a save keeps unless
+    // told otherwise; 2 (16 bits) for a new document.
+    int32_t bytesPerSample = 2;
     LCutListAudio audio;
     std::array<LUndoStep, kUndoSteps> undo;
     uint32_t undoIdx = 0;

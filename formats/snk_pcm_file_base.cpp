@@ -28,6 +28,17 @@ void Put32(uint8_t* p, uint32_t v) {
 
 }  // namespace
 
+std::string LSNKPCMFileBase::CheckSize(const std::string& fileName, int64_t frames,
+                                       int32_t channels, int32_t bytesPerSample) {
+    const int64_t bytes = std::max<int64_t>(frames, 0) * channels * bytesPerSample;
+    if (bytes <= kMaxDataBytes)
+        return {};
+    return "\"" + fileName + "\" would hold " + std::to_string(bytes) +
+           " bytes of audio, more than the 4 GB (" + std::to_string(kMaxDataBytes) +
+           " bytes) a WAV file can hold; save a shorter part, fewer channels or a smaller "
+           "sample width.";
+}
+
 LSNKPCMFileBase::LSNKPCMFileBase(const std::string& fileName, int32_t sampleRate,
                                  int32_t startFrame, int32_t bytesPerSample, uint8_t nChans)
     : LSoundSinkBase(sampleRate, nChans),
@@ -119,7 +130,7 @@ bool LSNKPCMFileBase::Finish() {
 
     const uint64_t dataBytes = uint64_t(std::max(position, 0)) * uint64_t(blockAlign_);
     bool headerOk = true;
-    if (dataBytes > kUnfinishedSize - kRiffOverhead) {
+    if (dataBytes > uint64_t{kMaxDataBytes}) {
         // Too large for the header's 32-bit fields: the sizes stay 0xFFFFFFFF, which
         // readers take as "the rest of the file".
         LTrace("LSNKPCMFileBase::Finish data too large for the header sizes");

@@ -29,6 +29,15 @@ class LSNKPCMFileBase : public LSoundSinkBase {
     static constexpr int64_t kHeaderBytes = 46;
     // Frames converted at once; Write splits larger blocks.
     static constexpr int32_t kBufferFrames = 8192;
+    // The most audio data the header's 32-bit sizes can describe: the RIFF size counts 38
+    // header bytes besides the data.
+    static constexpr int64_t kMaxDataBytes = int64_t{0xFFFFFFFF} - 38;
+
+    // "" when `frames` frames of `channels` samples of `bytesPerSample` fit in a WAV file;
+    // otherwise the sentence that refuses to write `fileName`, naming the limit. Savers ask
+    // before they create the sink, so no file too large for its header is ever started.
+    static std::string CheckSize(const std::string& fileName, int64_t frames, int32_t channels,
+                                 int32_t bytesPerSample);
 
     ~LSNKPCMFileBase() override;
 

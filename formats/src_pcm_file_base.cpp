@@ -17,15 +17,22 @@ void Zero(int32_t* buffer, int64_t frames, int32_t channels) {
 
 }  // namespace
 
-LSRCPCMFileBase::LSRCPCMFileBase(LFile file, int64_t dataStart, int32_t length, int32_t sampleRate,
-                                 uint8_t channels, int32_t bytesPerSample)
+LSRCPCMFileBase::LSRCPCMFileBase(LFile file, int64_t dataStart, int64_t claimedFrames,
+                                 int32_t sampleRate, uint8_t channels, int32_t bytesPerSample)
     : LSoundSourceBase(sampleRate, channels, kPeak16Bit),
       file_(std::move(file)),
       dataStart_(dataStart),
-      length_(std::max(length, 0)),
+      length_(static_cast<int32_t>(
+          std::clamp<int64_t>(claimedFrames, 0, std::numeric_limits<int32_t>::max()))),
+      claimedFrames_(std::max<int64_t>(claimedFrames, 0)),
+      presentFrames_(0),
       blockAlign_(static_cast<int32_t>(this->channels) * bytesPerSample),
       bytesPerSample_(bytesPerSample),
-      fileBuffer_(static_cast<size_t>(kBufferFrames) * static_cast<size_t>(blockAlign_)) {}
+      fileBuffer_(static_cast<size_t>(kBufferFrames) * static_cast<size_t>(blockAlign_)) {
+    // Whole frames after the data start; a file cut short holds fewer than its header says.
+    const int64_t held = std::max<int64_t>(file_.Size() - dataStart_, 0) / blockAlign_;
+    presentFrames_ = std::min(held, claimedFrames_);
+}
 
 void LSRCPCMFileBase::Read(int32_t* buffer, int32_t frames) {
     while (frames > 0) {

@@ -5,18 +5,20 @@
 //
 // The reader owns its file handle and keeps the file open until it is destroyed. Frames
 // before 0 and at or after the length read as zeros; so do frames that the file does not
-// hold (a file cut short inside its data keeps the length its header gave). One thread at
-// a time.
+// hold (a file cut short inside its data keeps the length its header gave). The length is
+// the header's, cut to 2147483647 frames; LFileFacts tells the uncut length and how much
+// of it the file holds. One thread at a time.
 
 #include <cstdint>
 #include <vector>
 
 #include "core/file.h"
 #include "core/sound_source_base.h"
+#include "formats/opened_file_facts.h"
 
 namespace osmera {
 
-class LSRCPCMFileBase : public LSoundSourceBase {
+class LSRCPCMFileBase : public LSoundSourceBase, public LFileFacts {
   public:
     // The largest block converted at once; Read splits larger requests.
     static constexpr int32_t kBufferFrames = 8192;
@@ -31,9 +33,14 @@ class LSRCPCMFileBase : public LSoundSourceBase {
     int32_t GetBytesPerSample() const { return bytesPerSample_; }
     int32_t GetBlockAlign() const { return blockAlign_; }
 
+    int64_t GetClaimedFrames() const override { return claimedFrames_; }
+    int64_t GetPresentFrames() const override { return presentFrames_; }
+    int32_t GetKeptBytesPerSample() const override { return bytesPerSample_; }
+
   protected:
-    // Takes over `file`, which stands at `dataStart`, the byte offset of the first frame.
-    LSRCPCMFileBase(LFile file, int64_t dataStart, int32_t length, int32_t sampleRate,
+    // Takes over `file`, which stands at `dataStart`, the byte offset of the first frame;
+    // `claimedFrames` is the data's length as the header gives it.
+    LSRCPCMFileBase(LFile file, int64_t dataStart, int64_t claimedFrames, int32_t sampleRate,
                     uint8_t channels, int32_t bytesPerSample);
 
     // Converts `samples` file samples of this reader's width into internal samples.
@@ -47,6 +54,8 @@ class LSRCPCMFileBase : public LSoundSourceBase {
     int64_t dataStart_;
     int32_t position_ = 0;
     int32_t length_;
+    int64_t claimedFrames_;
+    int64_t presentFrames_;
     int32_t blockAlign_;
     int32_t bytesPerSample_;
     std::vector<uint8_t> fileBuffer_;
@@ -54,7 +63,7 @@ class LSRCPCMFileBase : public LSoundSourceBase {
 
 class LSRCPCMFile8 : public LSRCPCMFileBase {
   public:
-    LSRCPCMFile8(LFile file, int64_t dataStart, int32_t length, int32_t sampleRate,
+    LSRCPCMFile8(LFile file, int64_t dataStart, int64_t length, int32_t sampleRate,
                  uint8_t channels)
         : LSRCPCMFileBase(std::move(file), dataStart, length, sampleRate, channels, 1) {}
 
@@ -64,7 +73,7 @@ class LSRCPCMFile8 : public LSRCPCMFileBase {
 
 class LSRCPCMFile16 : public LSRCPCMFileBase {
   public:
-    LSRCPCMFile16(LFile file, int64_t dataStart, int32_t length, int32_t sampleRate,
+    LSRCPCMFile16(LFile file, int64_t dataStart, int64_t length, int32_t sampleRate,
                   uint8_t channels)
         : LSRCPCMFileBase(std::move(file), dataStart, length, sampleRate, channels, 2) {}
 
@@ -74,7 +83,7 @@ class LSRCPCMFile16 : public LSRCPCMFileBase {
 
 class LSRCPCMFile24 : public LSRCPCMFileBase {
   public:
-    LSRCPCMFile24(LFile file, int64_t dataStart, int32_t length, int32_t sampleRate,
+    LSRCPCMFile24(LFile file, int64_t dataStart, int64_t length, int32_t sampleRate,
                   uint8_t channels)
         : LSRCPCMFileBase(std::move(file), dataStart, length, sampleRate, channels, 3) {}
 
@@ -84,7 +93,7 @@ class LSRCPCMFile24 : public LSRCPCMFileBase {
 
 class LSRCPCMFile32 : public LSRCPCMFileBase {
   public:
-    LSRCPCMFile32(LFile file, int64_t dataStart, int32_t length, int32_t sampleRate,
+    LSRCPCMFile32(LFile file, int64_t dataStart, int64_t length, int32_t sampleRate,
                   uint8_t channels)
         : LSRCPCMFileBase(std::move(file), dataStart, length, sampleRate, channels, 4) {}
 

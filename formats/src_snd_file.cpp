@@ -153,8 +153,22 @@ void LSRCSndFile::Adopt(int64_t frames, int32_t rate, int32_t nChans, int format
     sndFileFormat_ = format;
     SetChannels(static_cast<uint8_t>(nChans));
     SetSampleRate(rate);
-    length_ =
-        static_cast<int32_t>(std::clamp<int64_t>(frames, 0, std::numeric_limits<int32_t>::max()));
+    frames_ = std::max<int64_t>(frames, 0);
+    length_ = static_cast<int32_t>(std::min<int64_t>(frames_, std::numeric_limits<int32_t>::max()));
+}
+
+int32_t LSRCSndFile::GetKeptBytesPerSample() const {
+    switch (sndFileFormat_ & SF_FORMAT_SUBMASK) {
+        case SF_FORMAT_PCM_S8:
+        case SF_FORMAT_PCM_U8:
+            return 1;
+        case SF_FORMAT_PCM_24:
+            return 3;
+        case SF_FORMAT_PCM_32:
+            return 4;
+        default:
+            return 2;
+    }
 }
 
 void LSRCSndFile::Read(int32_t* buffer, int32_t frames) {

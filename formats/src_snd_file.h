@@ -19,12 +19,13 @@
 
 #include "core/file.h"
 #include "core/sound_source_base.h"
+#include "formats/opened_file_facts.h"
 
 struct sf_private_tag;  // libsndfile's SNDFILE
 
 namespace osmera {
 
-class LSRCSndFile : public LSoundSourceBase {
+class LSRCSndFile : public LSoundSourceBase, public LFileFacts {
   public:
     // The largest block decoded at once; Read splits larger requests.
     static constexpr int32_t kBufferFrames = 8192;
@@ -50,6 +51,13 @@ class LSRCSndFile : public LSoundSourceBase {
     // could not be opened.
     int GetSndFileFormat() const { return sndFileFormat_; }
 
+    // The decoder's length, not cut to 32 bits. Coded WAV data cut short decodes to what
+    // the file holds, so claimed and present frames are the same.
+    int64_t GetClaimedFrames() const override { return frames_; }
+    int64_t GetPresentFrames() const override { return frames_; }
+    // The PCM width of PCM encodings (AIFF, FLAC...), 2 for every other encoding.
+    int32_t GetKeptBytesPerSample() const override;
+
     // The input presented to libsndfile when decoding WAV data: a canonical header made
     // from the format block, followed by the data bytes of the file. Public only so that
     // the libsndfile callbacks can reach it.
@@ -64,6 +72,7 @@ class LSRCSndFile : public LSoundSourceBase {
     sf_private_tag* sf_ = nullptr;
     int32_t position_ = 0;
     int32_t length_ = 0;
+    int64_t frames_ = 0;
     int sndFileFormat_ = 0;
     std::vector<double> decoded_;
 };

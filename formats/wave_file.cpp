@@ -97,8 +97,8 @@ LSourceRef MakePcmReader(LFile file, int64_t dataStart, uint32_t dataSize, int32
     // A writer that never finished left 0xFFFFFFFF: the data runs to the end of the file.
     const int64_t bytes =
         dataSize == kUnfinishedSize ? std::max<int64_t>(file.Size() - dataStart, 0) : dataSize;
-    const auto length = static_cast<int32_t>(
-        std::min<int64_t>(bytes / blockAlign, std::numeric_limits<int32_t>::max()));
+    // The reader cuts the length to what a source can count and tells the rest as a fact.
+    const int64_t length = bytes / blockAlign;
     switch (width) {
         case 1:
             return MakeRef<LSRCPCMFile8>(std::move(file), dataStart, length, rate, channels);
