@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -13,6 +14,7 @@
 #include "formats/open_audio_source.h"
 #include "formats/wave_file.h"
 #include "tests/cli/cli_runner.h"
+#include "tests/formats/wave_bytes.h"
 #include "tests/support/test_support.h"
 
 namespace osmera {
@@ -37,6 +39,26 @@ std::vector<int32_t> ReadAll(const std::string& path) {
     std::vector<int32_t> v(static_cast<size_t>(s->GetLengthSample()) * s->GetChannels());
     s->Read(v.data(), s->GetLengthSample());
     return v;
+}
+
+// A WAV header stating `dataSize` data bytes, in a file holding `fileData` of them (sparse
+// beyond the header, so long files cost no disk).
+void WriteClaimingWav(const std::string& path, uint16_t channels, uint32_t rate, uint16_t bits,
+                      uint32_t dataSize, uint64_t fileData) {
+    using namespace testing;
+    const Bytes header =
+        Riff(Chunk("fmt ", FormatBody(channels, rate, bits)) + Chunk("data", {}, dataSize));
+    WriteBytes(path, header);
+    std::filesystem::resize_file(path, header.size() + fileData);
+}
+
+// osmera-cli with `args`, stdout and stderr together.
+testing::CliResult CliBoth(const std::string& args) {
+    return testing::RunShell(std::string(OSMERA_CLI) + " " + args + " 2>&1");
+}
+
+bool Has(const testing::CliResult& r, const std::string& text) {
+    return r.out.find(text) != std::string::npos;
 }
 
 class CliTest : public ::testing::Test {
@@ -117,6 +139,78 @@ TEST_F(CliTest, FailuresNeverReplaceTheOutputAndReportUsage) {
 
     EXPECT_EQ(Cli("--version").code, 0);
     EXPECT_NE(Cli("--help").out.find("convert IN OUT"), std::string::npos);
+}
+
+// Nothing is cut, padded or refused without a word: a file longer than a source can count,
+// one that ends before its header says, one of six channels, an output beyond 4 GB.
+TEST_F(CliTest, LongShortAndManyChannelFilesAreToldNeverCutSilently) {
+    const std::string out = dir.File("keep.wav");
+    std::ofstream(out) << "precious";
+
+    const std::string longWav = dir.File("long.wav");
+    WriteClaimingWav(longWav, 1, 8000, 8, 3000000000u, 3000000000u);
+    testing::CliResult r = CliBoth("info " + Q(longWav));
+    ASSERT_TRUE(Has(r, " frames=3000000000 time=104:10:00.00 opened-frames=2147483647 warning="))
+        << r.out;
+    EXPECT_TRUE(Has(r, "(852516353 frames) are left out.")) << r.out;
+    r = CliBoth("convert " + Q(longWav) + " " + Q(out));
+    EXPECT_EQ(r.code, 1);
+    EXPECT_TRUE(Has(r, "more than the 2147483647 frames this program can convert")) << r.out;
+
+    // Two billion 8-bit frames are fine to read but 16 GB as 32-bit stereo.
+    const std::string big = dir.File("big.wav");
+    WriteClaimingWav(big, 1, 8000, 8, 2000000000u, 2000000000u);
+    r = CliBoth("convert " + Q(big) + " " + Q(out) + " --bits 32 --channels 2");
+    EXPECT_EQ(r.code, 1);
+    EXPECT_TRUE(Has(r, "would hold 16000000000 bytes of audio, more than the 4 GB")) << r.out;
+    EXPECT_EQ(Slurp(out), "precious");
+
+    // One second of audio whose header claims a hundred.
+    const std::string shortWav = dir.File("short.wav");
+    WriteClaimingWav(shortWav, 1, 8000, 16, 1600000, 16000);
+    r = CliBoth("info " + Q(shortWav));
+    EXPECT_TRUE(Has(r,
+                    " frames=800000 time=0:01:40.00 present-frames=8000 "
+                    "present-time=0:00:01.00 warning="))
+        << r.out;
+    const std::string missing =
+        "the file ends 99 seconds before its header says; the rest opens as silence.";
+    r = CliBoth("convert " + Q(shortWav) + " " + Q(dir.File("o.wav")));
+    EXPECT_EQ(r.code, 0);
+    EXPECT_TRUE(Has(r, missing)) << r.out;
+    std::ofstream(dir.File("open.txt")) << "open short.wav\n";
+    r = CliBoth("run " + Q(dir.File("open.txt")));
+    EXPECT_EQ(r.code, 0);
+    EXPECT_TRUE(Has(r, "warning: \"" + shortWav + "\": " + missing)) << r.out;
+
+    const std::string six = dir.File("six.wav");
+    WriteClaimingWav(six, 6, 44100, 16, 1200, 1200);
+    const std::string notSupported =
+        "has 6 channels: files of more than two channels are not supported yet";
+    for (const std::string& args :
+         {"convert " + Q(six) + " " + Q(out) + " --channels 2", "info " + Q(six)}) {
+        EXPECT_TRUE(Has(CliBoth(args), notSupported)) << args;
+    }
+    std::ofstream(dir.File("six.txt")) << "open six.wav\n";
+    r = CliBoth("run " + Q(dir.File("six.txt")));
+    EXPECT_EQ(r.code, 1);
+    EXPECT_TRUE(Has(r, notSupported)) << r.out;
+    EXPECT_EQ(Slurp(out), "precious");
+}
+
+TEST_F(CliTest, SaveKeepsTheWidthTheDocumentWasOpenedWith) {
+    auto sink = LWaveFile::CreateSink(dir.File("in24.wav"), 48000, 0, 3, 2);
+    LPRSourceToSink(MakeRef<LSRCTone>(48000, 2, 4800, 441.0, 300000), sink).Process();
+    sink.Reset();
+    std::ofstream(dir.File("s.txt")) << "open in24.wav\nsave a.wav\nsave --bits 8 b.wav\n"
+                                        "save c.wav\nnew 8000 1\nsave d.wav\n";
+    ASSERT_EQ(Cli("run " + Q(dir.File("s.txt"))).code, 0);
+    const char* expected[][2] = {
+        {"a.wav", "bits=24"}, {"b.wav", "bits=8"}, {"c.wav", "bits=8"}, {"d.wav", "bits=16"}};
+    for (const auto& [file, bits] : expected) {
+        const testing::CliResult r = Cli("info " + Q(dir.File(file)));
+        EXPECT_TRUE(Has(r, bits)) << r.out;
+    }
 }
 
 }  // namespace
