@@ -15,7 +15,9 @@ std::string Quoted(const std::string& fileName) {
 // `frames` at `rate` as decimal seconds with at most two decimals: "12174.21", "0.5", "3".
 // A non-zero count never shows as 0.
 std::string SecondsText(int64_t frames, int32_t rate) {
-    int64_t hundredths = rate > 0 ? (frames * 100 + rate / 2) / rate : 0;
+    // Split into whole seconds and the rest so that no product can overflow.
+    int64_t hundredths =
+        rate > 0 ? frames / rate * 100 + (frames % rate * 100 + rate / 2) / rate : 0;
     if (frames > 0)
         hundredths = std::max<int64_t>(hundredths, 1);
     std::string text = std::to_string(hundredths / 100);
@@ -76,8 +78,12 @@ std::string LOpenedFileFacts::ChannelsRefusal(const std::string& fileName) const
 std::string LOpenedFileFacts::TimeText(int64_t frames, int32_t rate) {
     if (rate <= 0)
         return LSoundTime::FormatHundredths(0);
+    constexpr int64_t kMaxMs = std::numeric_limits<int32_t>::max();
+    // Whole seconds are compared before they are multiplied, so no count overflows.
+    if (frames < 0 || frames / rate > kMaxMs / 1000)
+        return "more than 596 hours";
     const int64_t ms = frames / rate * 1000 + frames % rate * 1000 / rate;
-    if (ms > std::numeric_limits<int32_t>::max() || ms < std::numeric_limits<int32_t>::min())
+    if (ms > kMaxMs)
         return "more than 596 hours";
     return LSoundTime::FormatHundredths(static_cast<int32_t>(ms));
 }
