@@ -152,8 +152,11 @@ void DetectClicks(const int32_t* frames, uint8_t channels, uint8_t channel, int3
             i = std::max(j, i + 1);
             continue;
         }
-        repair(start, position + i + lag);
-        i += lag;
+        // The span runs from the lag before the rising edge to the lag after the first frame
+        // that fell back below a third of the peak, so both of its end points lie outside
+        // the click.
+        repair(start, position + j + lag);
+        i = j + lag;
     }
 }
 

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <numbers>
 
 #include "tests/edit/edit_test_support.h"
@@ -52,7 +54,7 @@ TEST(ClickParameters, HighSensitivityStillFindsEdgesAndNeverDividesByZero) {
         DetectClicks(block.data(), 1, 0, 444, 1000, 44100, {sensitivity, 150},
                      [&](int64_t a, int64_t b) {
                          EXPECT_EQ(a, 1000 + 200 - 2);
-                         EXPECT_EQ(b, 1000 + 200 + 2);
+                         EXPECT_EQ(b, 1000 + 201 + 2);  // frame 201 is the first quiet one
                          ++found;
                      });
         EXPECT_EQ(found, 1) << sensitivity;
@@ -88,34 +90,91 @@ TEST_F(ClickTest, RepairDrawsAStraightLineOnOneChannel) {
     EXPECT_EQ(ReadAll(head)[1], 600);
 }
 
-TEST_F(ClickTest, AutomaticRepairRemovesClicksAndLeavesACleanToneAlone) {
-    const int32_t rate = 44100;
-    for (uint8_t channels : {1, 2}) {
-        const auto clean = Tone(rate, channels, rate);
-        LCutListAudio untouched = Written(clean, channels);
-        const auto entries = untouched.GetEntries();
-        RecordingProgress progress;
-        int32_t repairs = -1;
-        LEffectRequest all{&untouched, rate, 0, {}};
-        ASSERT_EQ(AutoClickRepair(progress, all, {50, 150}, &repairs), kEffectDone);
-        EXPECT_EQ(repairs, 0);
-        EXPECT_EQ(untouched.GetEntries(), entries);
-        EXPECT_EQ(progress.lines[0], "Click Detecting");
+// A 440 Hz tone of 16-bit amplitude 8000 (128000 inside), faded in over 10 ms so that its
+// start is no edge, with three clicks of three frames each (+30000, -30000, +30000 in 16-bit
+// terms) on channel 0 only.
+struct ClickedTone {
+    std::vector<int32_t> clean, damaged;
+    std::vector<int32_t> clicks;
+};
+ClickedTone MakeClickedTone(int32_t frames, uint8_t channels, int32_t rate) {
+    ClickedTone t;
+    for (int32_t i = 0; i < frames; ++i) {
+        const double fade = std::min(1.0, i / (rate / 100.0));
+        const double v = 128000.0 * fade * std::sin(2.0 * std::numbers::pi * 440.0 * i / rate);
+        for (int c = 0; c < channels; ++c)
+            t.clean.push_back(static_cast<int32_t>(v));
+    }
+    t.damaged = t.clean;
+    t.clicks = {20000, 45000, 70000};
+    const int32_t values[] = {480000, -480000, 480000};
+    for (size_t k = 0; k < t.clicks.size(); ++k) {
+        for (int32_t f = 0; f < 3; ++f)
+            t.damaged[static_cast<size_t>(t.clicks[k] + f) * channels] = values[k];
+    }
+    return t;
+}
 
-        auto damaged = clean;
-        const int32_t clicks[] = {10000, 25003, 40000};
-        for (int32_t at : clicks)
-            damaged[static_cast<size_t>(at) * channels] = 450000;
-        LCutListAudio list = Written(damaged, channels);
-        LEffectRequest request{&list, rate, 0, {}};
-        ASSERT_EQ(AutoClickRepair(progress, request, {50, 150}, &repairs), kEffectDone);
-        EXPECT_GE(repairs, 3);
-        const auto out = ReadAll(list);
-        for (int32_t at : clicks) {
-            const size_t i = static_cast<size_t>(at) * channels;
-            EXPECT_NEAR(out[i], clean[i], 3000) << at;
+TEST_F(ClickTest, AutomaticRepairBridgesWholeClicksOnTheirChannelOnly) {
+    constexpr int32_t kFrames = 90000;
+    for (int32_t rate : {44100, 48000}) {
+        for (uint8_t channels : {1, 2}) {
+            SCOPED_TRACE(::testing::Message() << rate << " Hz, " << int{channels} << " ch");
+            const ClickedTone tone = MakeClickedTone(kFrames, channels, rate);
+            RecordingProgress progress;
+            int32_t repairs = -1;
+
+            LCutListAudio untouched = Written(tone.clean, channels, rate);
+            const auto entries = untouched.GetEntries();
+            LEffectRequest all{&untouched, kFrames, 0, {}};
+            ASSERT_EQ(AutoClickRepair(progress, all, {50, 450}, &repairs), kEffectDone);
+            EXPECT_EQ(repairs, 0);
+            EXPECT_EQ(untouched.GetEntries(), entries);
+            EXPECT_EQ(progress.lines[0], "Click Detecting");
+
+            LCutListAudio list = Written(tone.damaged, channels, rate);
+            LEffectRequest request{&list, kFrames, 0, {}};
+            ASSERT_EQ(AutoClickRepair(progress, request, {50, 450}, &repairs), kEffectDone);
+            EXPECT_GE(repairs, 3);
+            ASSERT_EQ(list.GetLength(), kFrames);
+            const auto out = ReadAll(list);
+            for (int32_t f = 0; f < kFrames; ++f) {
+                const size_t i = static_cast<size_t>(f) * channels;
+                const bool nearClick =
+                    std::any_of(tone.clicks.begin(), tone.clicks.end(),
+                                [&](int32_t at) { return std::abs(f - at) < 32; });
+                if (nearClick) {
+                    // The line over a click's span (about 11 frames: the high-passed click
+                    // rings past its trailing edge) stays within its chord's distance of
+                    // the tone; a line drawn to a frame inside the click would be ~480000 off.
+                    ASSERT_NEAR(out[i], tone.clean[i], 8000) << "frame " << f;
+                } else {
+                    ASSERT_EQ(out[i], tone.damaged[i]) << "frame " << f;
+                }
+                if (channels == 2) {
+                    ASSERT_EQ(out[i + 1], tone.clean[i + 1]) << "frame " << f;
+                }
+            }
+            // Each changed stretch is the straight line between its unchanged neighbours.
+            for (int32_t at : tone.clicks) {
+                int32_t lo = at - 32;
+                while (out[static_cast<size_t>(lo) * channels] ==
+                       tone.damaged[static_cast<size_t>(lo) * channels])
+                    ++lo;
+                int32_t hi = at + 32;
+                while (out[static_cast<size_t>(hi - 1) * channels] ==
+                       tone.damaged[static_cast<size_t>(hi - 1) * channels])
+                    --hi;
+                const int64_t first = out[static_cast<size_t>(lo - 1) * channels];
+                const int64_t last = out[static_cast<size_t>(hi) * channels];
+                const int64_t n = hi - lo;
+                for (int64_t k = 1; k <= n; ++k) {
+                    EXPECT_NEAR(out[static_cast<size_t>(lo - 1 + k) * channels],
+                                ((n + 1 - k) * first + k * last) / (n + 1), 1)
+                        << "frame " << lo - 1 + k;
+                }
+            }
         }
-        EXPECT_EQ(list.GetLength(), rate);
     }
 }
 
