@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <numbers>
+#include <tuple>
 
 #include "tests/edit/edit_test_support.h"
 
@@ -176,6 +177,53 @@ TEST_F(ClickTest, AutomaticRepairBridgesWholeClicksOnTheirChannelOnly) {
             }
         }
     }
+}
+
+TEST_F(ClickTest, AutomaticRepairWritesOneCutThatSoundsLikeRepairingClickByClick) {
+    // Clicks close enough for their spans to overlap, on one channel and across both, over
+    // a list of several entries with gains, so that later repairs read earlier ones.
+    constexpr int32_t kFrames = 60000;
+    const int32_t rate = 48000;
+    auto samples = MakeClickedTone(kFrames, 2, rate).clean;
+    for (int32_t at = 3000; at + 20 < kFrames; at += 1499) {
+        for (int32_t f = 0; f < 3; ++f) {
+            samples[static_cast<size_t>(at + f) * 2] = 400000;
+            samples[static_cast<size_t>(at + 9 + f) * 2] = -400000;
+            samples[static_cast<size_t>(at + 4 + f) * 2 + 1] = 350000;
+        }
+    }
+    LCutListAudio list = Written(samples, 2, rate);
+    list.EfAmplify(20000, 35000, 70);
+    list.EfAmplify(41000, 41500, 130);
+    const LCutListAudio reference = list;
+    const uint32_t cutsBefore = Tank().GetCutsInUse();
+
+    RecordingProgress progress;
+    int32_t repairs = 0;
+    LEffectRequest request{&list, kFrames - 100, 100, {}};
+    ASSERT_EQ(AutoClickRepair(progress, request, {50, 450}, &repairs), kEffectDone);
+    EXPECT_EQ(Tank().GetCutsInUse(), cutsBefore + 1);
+    EXPECT_LT(list.GetEntries().size(), reference.GetEntries().size() + 3 * size_t(repairs));
+
+    // Repairing click by click, each as a cut of its own, in the order the scan found them.
+    LCutListAudio oneByOne = reference;
+    std::vector<std::tuple<uint8_t, int64_t, int64_t>> spans;
+    EXPECT_TRUE(
+        ScanForClicks(progress, oneByOne, 100, kFrames - 100, {50, 450},
+                      [&](uint8_t c, int64_t a, int64_t b) { spans.emplace_back(c, a, b); }));
+    ASSERT_GE(spans.size(), 38u);
+    int readsAnEarlierRepair = 0;
+    for (size_t k = 1; k < spans.size(); ++k) {
+        const auto [c, a, b] = spans[k];
+        const auto [pc, pa, pb] = spans[k - 1];
+        readsAnEarlierRepair +=
+            std::min(a, b) - 1 < std::max(pa, pb) && std::max(a, b) + 1 > std::min(pa, pb);
+    }
+    EXPECT_GE(readsAnEarlierRepair, 38);
+    EXPECT_EQ(repairs, static_cast<int32_t>(spans.size()));
+    for (const auto& [c, a, b] : spans)
+        RepairSpan(oneByOne, c, a, b);
+    EXPECT_EQ(ReadAll(list), ReadAll(oneByOne));
 }
 
 TEST_F(ClickTest, AutomaticRepairRefusesAnEmptyRangeAndKeepsRepairsOnCancel) {
