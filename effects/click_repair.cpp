@@ -10,6 +10,7 @@
 #include "core/trace.h"
 #include "edit/snk_cut_list_audio.h"
 #include "edit/src_cut_list_audio.h"
+#include "effects/click_repair_batch.h"
 #include "effects/effect_table.h"
 
 namespace osmera {
@@ -152,18 +153,34 @@ void DetectClicks(const int32_t* frames, uint8_t channels, uint8_t channel, int3
             i = std::max(j, i + 1);
             continue;
         }
-        repair(start, position + i + lag);
-        i += lag;
+        // The span runs from the lag before the rising edge to the lag after the first frame
+        // that fell back below a third of the peak, so both of its end points lie outside
+        // the click.
+        repair(start, position + j + lag);
+        i = j + lag;
+    }
+}
+
+bool ClipRepairSpan(int64_t a, int64_t b, int64_t length, int64_t& lo, int64_t& hi) {
+    lo = std::max<int64_t>(std::min(a, b), 0);
+    hi = std::min<int64_t>(std::max(a, b), length);
+    return hi > lo;
+}
+
+void DrawRepairLine(int32_t* frames, uint8_t channels, uint8_t channel, int32_t n) {
+    const int64_t first = frames[channel];
+    const int64_t last = frames[static_cast<size_t>(n + 1) * channels + channel];
+    for (int64_t k = 1; k <= n; ++k) {
+        frames[static_cast<size_t>(k) * channels + channel] =
+            static_cast<int32_t>(((n + 1 - k) * first + k * last) / (n + 1));
     }
 }
 
 void RepairSpan(LCutListAudio& list, uint8_t channel, int64_t a, int64_t b) {
     const uint8_t channels = list.GetChannels();
-    if (channel >= channels)
-        return;
-    int64_t lo = std::max<int64_t>(std::min(a, b), 0);
-    const int64_t hi = std::min<int64_t>(std::max(a, b), list.GetLength());
-    if (hi <= lo)
+    int64_t lo = 0;
+    int64_t hi = 0;
+    if (channel >= channels || !ClipRepairSpan(a, b, list.GetLength(), lo, hi))
         return;
     const auto n = static_cast<int32_t>(hi - lo);
     std::vector<int32_t> frames(static_cast<size_t>(n + 2) * channels);
@@ -172,12 +189,7 @@ void RepairSpan(LCutListAudio& list, uint8_t channel, int64_t a, int64_t b) {
         source->Seek(static_cast<int32_t>(lo - 1));
         source->Read(frames.data(), n + 2);
     }
-    const int64_t first = frames[channel];
-    const int64_t last = frames[static_cast<size_t>(n + 1) * channels + channel];
-    for (int64_t k = 1; k <= n; ++k) {
-        frames[static_cast<size_t>(k) * channels + channel] =
-            static_cast<int32_t>(((n + 1 - k) * first + k * last) / (n + 1));
-    }
+    DrawRepairLine(frames.data(), channels, channel, n);
     LCutListAudio patch(list.GetSampleRate(), channels);
     bool failed = false;
     {
@@ -192,21 +204,11 @@ void RepairSpan(LCutListAudio& list, uint8_t channel, int64_t a, int64_t b) {
     list.EfPasteOver(static_cast<int32_t>(lo), static_cast<int32_t>(hi), patch);
 }
 
-int AutoClickRepair(LProgress& progress, const LEffectRequest& request,
-                    const LClickSettings& settings, int32_t* repairs) {
-    if (repairs)
-        *repairs = 0;
-    if (!request.list || request.list->GetChannels() == 0 ||
-        request.rangeEnd <= request.rangeStart) {
-        LTrace("AutoClickRepair empty range");
-        return kEffectFailed;
-    }
-    ShowEffectTitle(progress, GetEffectInfo(LEffectId::kAutoClickPop).progressTitle);
-    LCutListAudio& list = *request.list;
+bool ScanForClicks(LProgress& progress, const LCutListAudio& list, int32_t start, int32_t end,
+                   const LClickSettings& settings,
+                   const std::function<void(uint8_t, int64_t, int64_t)>& found) {
     const int32_t rate = static_cast<int32_t>(list.GetSampleRate());
     const uint8_t channels = list.GetChannels();
-    const int32_t start = request.rangeStart;
-    const int32_t end = request.rangeEnd;
     LSRCClickHighPass filtered(list.MakeSource());
     filtered.Seek(start);
 
@@ -217,18 +219,11 @@ int AutoClickRepair(LProgress& progress, const LEffectRequest& request,
     int64_t sourcePos = start;                 // the next frame the filter delivers
     const double hopFraction = (u / 2) / static_cast<double>(int64_t{end} - start);
     double fraction = 0.0;
-    int32_t count = 0;
-    auto repair = [&](uint8_t c) {
-        return [&, c](int64_t a, int64_t b) {
-            RepairSpan(list, c, a, b);
-            ++count;
-        };
-    };
     for (int64_t pos = int64_t{start} - u / 4; pos < end; pos += u / 2) {
         fraction = std::min(fraction + hopFraction, 1.0);
         progress.SetFraction(fraction);
         if (progress.IsCancelled())
-            break;
+            return false;
         if (bufferFrames - readPoint < u) {
             const int32_t keep = bufferFrames - readPoint;
             std::memmove(buffer.data(), buffer.data() + static_cast<size_t>(readPoint) * channels,
@@ -246,12 +241,37 @@ int AutoClickRepair(LProgress& progress, const LEffectRequest& request,
             }
         }
         const int32_t* block = buffer.data() + static_cast<size_t>(readPoint) * channels;
-        for (uint8_t c = 0; c < channels; ++c)
-            DetectClicks(block, channels, c, u, pos, rate, settings, repair(c));
+        for (uint8_t c = 0; c < channels; ++c) {
+            DetectClicks(block, channels, c, u, pos, rate, settings,
+                         [&](int64_t a, int64_t b) { found(c, a, b); });
+        }
         readPoint += u / 2;
     }
+    return true;
+}
+
+int AutoClickRepair(LProgress& progress, const LEffectRequest& request,
+                    const LClickSettings& settings, int32_t* repairs) {
     if (repairs)
-        *repairs = count;
+        *repairs = 0;
+    if (!request.list || request.list->GetChannels() == 0 ||
+        request.rangeEnd <= request.rangeStart) {
+        LTrace("AutoClickRepair empty range");
+        return kEffectFailed;
+    }
+    ShowEffectTitle(progress, GetEffectInfo(LEffectId::kAutoClickPop).progressTitle);
+    LCutListAudio& list = *request.list;
+    // The detector reads the list as it was when the run began, so the repairs can wait for
+    // the end of the scan and go into one cut.
+    LClickRepairBatch batch(list);
+    ScanForClicks(progress, list, request.rangeStart, request.rangeEnd, settings,
+                  [&](uint8_t c, int64_t a, int64_t b) { batch.Repair(c, a, b); });
+    if (!batch.Apply(list)) {
+        LTrace("AutoClickRepair repairs could not be written");
+        return kEffectFailed;
+    }
+    if (repairs)
+        *repairs = batch.GetCount();
     return kEffectDone;
 }
 

@@ -59,14 +59,32 @@ void DetectClicks(const int32_t* frames, uint8_t channels, uint8_t channel, int3
                   int64_t position, int32_t sampleRate, const LClickSettings& settings,
                   const std::function<void(int64_t, int64_t)>& repair);
 
+// The span between `a` and `b` (either order) clipped to [0, length) as [lo, hi); false when
+// nothing of it is left.
+bool ClipRepairSpan(int64_t a, int64_t b, int64_t length, int64_t& lo, int64_t& hi);
+// The repair rule on `n` + 2 interleaved frames: frames 1 to n of channel `channel` become
+// the straight line from frame 0 to frame n + 1 (integer division); other channels stay.
+void DrawRepairLine(int32_t* frames, uint8_t channels, uint8_t channel, int32_t n);
+
 // Replaces channel `channel` of the span between `a` and `b` (either order; clipped to the
-// list) by the straight line between the frame before it and the frame after it.
+// list) by the straight line between the frame before it and the frame after it, as a new
+// cut over the span.
 void RepairSpan(LCutListAudio& list, uint8_t channel, int64_t a, int64_t b);
 
-// The automatic command over the request's range with the detector's `settings`.
-// kEffectFailed for an empty range or a list without channels; otherwise kEffectDone,
-// also when cancelled (repairs made before the cancel stay). `repairs`, when given,
-// counts the repairs made.
+// The automatic command's scan of [start, end) of `list` (a snapshot taken at the start,
+// read through the detection high-pass): calls `found(channel, a, b)` for every click in the
+// order a repair must follow. Polls `progress` before each hop; returns false when cancelled
+// (the clicks found before stay reported).
+bool ScanForClicks(LProgress& progress, const LCutListAudio& list, int32_t start, int32_t end,
+                   const LClickSettings& settings,
+                   const std::function<void(uint8_t, int64_t, int64_t)>& found);
+
+// The automatic command over the request's range with the detector's `settings`: every
+// click of the run is repaired into one new cut (see click_repair_batch.h), laid over the
+// list when the scan ends. kEffectFailed for an empty range or a list without channels, or
+// when the repaired audio could not be written (the list is then unchanged); otherwise
+// kEffectDone, also when cancelled (repairs found before the cancel are made). `repairs`,
+// when given, counts the repairs made.
 int AutoClickRepair(LProgress& progress, const LEffectRequest& request,
                     const LClickSettings& settings, int32_t* repairs = nullptr);
 
