@@ -51,7 +51,10 @@ void LDocumentModel::SetSpanAt(int64_t start, int64_t span) {
 
 void LDocumentModel::ZoomAround(int32_t frame, double fraction, double factor) {
     const int64_t span = std::max<int64_t>(1, int64_t{doc_.viewEnd} - doc_.viewStart);
-    const int64_t newSpan = std::max<int64_t>(1, static_cast<int64_t>(span * factor + 0.5));
+    const int64_t length = doc_.audio.GetLength();
+    const int64_t newSpan =
+        std::clamp<int64_t>(static_cast<int64_t>(span * factor + 0.5), MinimumSpan(),
+                            std::max<int64_t>(length, MinimumSpan()));
     SetSpanAt(frame - static_cast<int64_t>(fraction * static_cast<double>(newSpan)), newSpan);
 }
 

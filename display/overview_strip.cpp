@@ -50,7 +50,8 @@ void LOverviewStrip::OnResults() {
         if (result.request.generation != generation_)
             continue;
         for (int x = 0; x < result.request.count && x < image_.width(); ++x) {
-            LWaveRenderer::DrawColumn(image_, x, &result.peaks[static_cast<size_t>(x) * layout.channels],
+            LWaveRenderer::DrawColumn(image_, x,
+                                      &result.peaks[static_cast<size_t>(x) * layout.channels],
                                       length_ > 0, layout, colours);
         }
         complete_ = true;
@@ -69,8 +70,9 @@ void LOverviewStrip::paintEvent(QPaintEvent*) {
     QColor band = palette().color(QPalette::Highlight);
     if (doc.selEnd > doc.selStart) {
         band.setAlpha(80);
-        p.fillRect(QRect(x(doc.selStart), 0, std::max(1, x(doc.selEnd) - x(doc.selStart)), height()),
-                   band);
+        p.fillRect(
+            QRect(x(doc.selStart), 0, std::max(1, x(doc.selEnd) - x(doc.selStart)), height()),
+            band);
     }
     // The main view's range as a frame.
     QColor frame = palette().color(QPalette::Highlight).darker(130);

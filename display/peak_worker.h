@@ -28,9 +28,9 @@ struct LPeakRequest {
     std::shared_ptr<LPeakReader> reader;
     uint64_t generation = 0;
     LFramesPerColumn fpc;
-    int64_t first = 0;   // first column
-    int32_t count = 0;   // columns
-    bool frames = false; // single frames [frameFrom, frameFrom + frameCount) instead
+    int64_t first = 0;    // first column
+    int32_t count = 0;    // columns
+    bool frames = false;  // single frames [frameFrom, frameFrom + frameCount) instead
     int32_t frameFrom = 0;
     int32_t frameCount = 0;
 };

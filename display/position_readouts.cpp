@@ -16,7 +16,8 @@ LPositionReadouts::LPositionReadouts(LDocumentModel& model, QWidget* parent)
         fields_[i] = new QLabel(this);
         fields_[i]->setFrameStyle(QFrame::Panel | QFrame::Sunken);
         fields_[i]->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-        fields_[i]->setMinimumWidth(fields_[i]->fontMetrics().horizontalAdvance("00:00:00.00") + 10);
+        fields_[i]->setMinimumWidth(fields_[i]->fontMetrics().horizontalAdvance("00:00:00.00") +
+                                    10);
         fields_[i]->setTextInteractionFlags(Qt::TextSelectableByMouse);
         row->addWidget(fields_[i]);
         row->addSpacing(6);

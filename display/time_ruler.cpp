@@ -14,10 +14,9 @@ LTimeRuler::LTimeRuler(LDocumentModel& model, LWaveView& view, QWidget* parent)
 }
 
 int32_t LTimeRuler::TickStepMs(double msPerPixel, int minPixels) {
-    static constexpr int32_t kSteps[] = {1,     2,     5,      10,     20,     50,     100,
-                                         200,   500,   1000,   2000,   5000,   10000,  15000,
-                                         30000, 60000, 120000, 300000, 600000, 900000, 1800000,
-                                         3600000};
+    static constexpr int32_t kSteps[] = {
+        1,    2,     5,     10,    20,    50,     100,    200,    500,    1000,    2000,
+        5000, 10000, 15000, 30000, 60000, 120000, 300000, 600000, 900000, 1800000, 3600000};
     for (int32_t step : kSteps) {
         if (step / msPerPixel >= minPixels)
             return step;

@@ -23,8 +23,7 @@ LWaveColours LWaveColours::FromPalette(const QPalette& palette) {
     // The wave in the highlight hue, dark enough to stand out on the base colour.
     const QColor wave = highlight.lightness() > 140 ? highlight.darker(160) : highlight;
     return {base.rgb(), wave.rgb(), palette.color(QPalette::Mid).rgb(),
-            palette.color(QPalette::Window).darker(108).rgb(),
-            palette.color(QPalette::Dark).rgb()};
+            palette.color(QPalette::Window).darker(108).rgb(), palette.color(QPalette::Dark).rgb()};
 }
 
 int LWaveRenderer::ValueToY(int32_t value, int lane, int height, const LWaveLayout& layout) {
@@ -100,8 +99,8 @@ void LWaveRenderer::DrawFrames(QImage& image, const std::vector<int32_t>& sample
             const int64_t f = firstFrame + i;
             if (f < 0 || f >= length)
                 continue;
-            const double x = (static_cast<double>(f) + 0.5) * columnsPerFrame -
-                             static_cast<double>(firstColumn);
+            const double x =
+                (static_cast<double>(f) + 0.5) * columnsPerFrame - static_cast<double>(firstColumn);
             int32_t v = samples[static_cast<size_t>(i * channels + ch)];
             int y;
             if (leftRight) {

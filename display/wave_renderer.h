@@ -19,9 +19,9 @@ namespace osmera {
 struct LWaveColours {
     QRgb background;  // inside the data
     QRgb wave;
-    QRgb centre;      // the middle line of a lane
-    QRgb outside;     // where there is no data
-    QRgb laneEdge;    // the line between two lanes
+    QRgb centre;    // the middle line of a lane
+    QRgb outside;   // where there is no data
+    QRgb laneEdge;  // the line between two lanes
 
     static LWaveColours FromPalette(const QPalette& palette);
 };

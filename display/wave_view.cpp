@@ -235,7 +235,8 @@ void LWaveView::OnAudioChanged(int32_t from, int32_t to) {
 void LWaveView::RenderColumn(int x) {
     if (framesMode_)
         return;  // drawn whole by RenderAll
-    const bool done = static_cast<size_t>(x) < state_.size() && state_[static_cast<size_t>(x)] == kDone;
+    const bool done =
+        static_cast<size_t>(x) < state_.size() && state_[static_cast<size_t>(x)] == kDone;
     static const LPeakRange kFlat[2] = {};
     LWaveRenderer::DrawColumn(image_, x, done ? &peaks_[static_cast<size_t>(x) * channels_] : kFlat,
                               ColumnHasData(x), Layout(), colours_);
@@ -248,7 +249,8 @@ void LWaveView::RenderAll() {
         return;
     }
     if (framesMode_) {
-        LWaveRenderer::DrawFrames(image_, samplesState_ == kDone ? samples_ : std::vector<int32_t>{},
+        LWaveRenderer::DrawFrames(image_,
+                                  samplesState_ == kDone ? samples_ : std::vector<int32_t>{},
                                   samplesFrom_, fpc_, first_, length_, Layout(), colours_);
         return;
     }
@@ -303,8 +305,8 @@ void LWaveView::mousePressEvent(QMouseEvent* event) {
     if (event->modifiers() & Qt::ShiftModifier) {
         // Extend from the end of the selection that stays (the cursor without one).
         if (doc.selEnd > doc.selStart)
-            anchor_ = std::abs(f - doc.selStart) < std::abs(f - doc.selEnd) ? doc.selEnd
-                                                                             : doc.selStart;
+            anchor_ =
+                std::abs(f - doc.selStart) < std::abs(f - doc.selEnd) ? doc.selEnd : doc.selStart;
         else
             anchor_ = doc.cursor;
         model_.SetSelection(anchor_, f);
@@ -367,8 +369,8 @@ void LWaveView::wheelEvent(QWheelEvent* event) {
     const LOMFile& doc = model_.Document();
     if (event->modifiers() & Qt::ControlModifier) {
         const int x = static_cast<int>(event->position().x());
-        const double factor = steps > 0 ? 1.0 / (1 << std::min(steps, 8))
-                                        : double(1 << std::min(-steps, 8));
+        const double factor =
+            steps > 0 ? 1.0 / (1 << std::min(steps, 8)) : double(1 << std::min(-steps, 8));
         model_.ZoomAround(FrameAt(x), static_cast<double>(x) / std::max(width(), 1), factor);
     } else {
         const int32_t step = std::max<int32_t>(1, (doc.viewEnd - doc.viewStart) / 8);
