@@ -40,6 +40,16 @@ class LDocumentModel : public QObject {
     void ZoomOut();
     void ZoomToSelection();
     void ZoomFull();
+    // Zooms by `factor` (below 1 zooms in) so that `frame` stays at `fraction` (0..1) of the
+    // view's width. The span is kept between MinimumSpan() and the whole file.
+    void ZoomAround(int32_t frame, double fraction, double factor);
+    // Moves the view to start at `start`, keeping its span, within the audio.
+    void ScrollTo(int32_t start);
+    // The number of pixel columns of the main view (sets the deepest zoom: 16 columns per
+    // frame). The main view tells it when it is resized.
+    void SetViewColumns(int columns);
+    int ViewColumns() const { return viewColumns_; }
+    int32_t MinimumSpan() const;
     void VerticalZoom();  // steps the vertical magnification 1, 2, 4, 8, 16, then back to 1
     int VerticalScale() const { return verticalScale_; }
 
@@ -58,10 +68,16 @@ class LDocumentModel : public QObject {
     void selectionChanged();
     void cursorChanged();
     void viewChanged();
+    // The vertical magnification or the display mode changed.
+    void displayChanged();
 
   private:
     LOMFile& doc_;
+    // The view [start, start + span) with the span limited and the start kept in the audio.
+    void SetSpanAt(int64_t start, int64_t span);
+
     int verticalScale_ = 1;
+    int viewColumns_ = 1000;
     LWaveDisplayMode displayMode_ = LWaveDisplayMode::kPlusMinus;
 };
 

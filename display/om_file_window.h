@@ -4,13 +4,21 @@
 // position / selection / length read-outs. The mouse places the cursor, selects, scrolls
 // and zooms through the document's model.
 //
-// Ownership: borrows the model, which must outlive the window. Threads: GUI thread only.
+// Ownership: borrows the model, which must outlive the window; owns its views. Threads:
+// GUI thread only (the views' workers hand their results over to it).
 
 #include <QWidget>
 
 #include "display/document_model.h"
 
+class QScrollBar;
+
 namespace osmera {
+
+class LWaveView;
+class LOverviewStrip;
+class LTimeRuler;
+class LPositionReadouts;
 
 class LOMFileWindow : public QWidget {
     Q_OBJECT
@@ -19,8 +27,21 @@ class LOMFileWindow : public QWidget {
 
     LDocumentModel& Model() { return model_; }
 
+    // The pieces, for the frame's status and for tests.
+    LWaveView& WaveView() { return *wave_; }
+    LOverviewStrip& Overview() { return *overview_; }
+    LPositionReadouts& Readouts() { return *readouts_; }
+    QScrollBar& ScrollBar() { return *scroll_; }
+
   private:
+    void SyncScrollBar();
+
     LDocumentModel& model_;
+    LOverviewStrip* overview_;
+    LTimeRuler* ruler_;
+    LWaveView* wave_;
+    QScrollBar* scroll_;
+    LPositionReadouts* readouts_;
 };
 
 }  // namespace osmera
