@@ -29,10 +29,6 @@ LCommandMenus::LCommandMenus(QMainWindow& frame) : QObject(&frame) {
     for (LMenu menu : kMenuOrder) {
         QMenu* m = bar->addMenu(MenuTitle(menu));
         menus_[menu] = m;
-        connect(m, &QMenu::hovered, this, [this](QAction* action) {
-            if (action->data().isValid())
-                emit commandHovered(static_cast<uint16_t>(action->data().toUInt()));
-        });
     }
     std::map<QString, QMenu*> submenus;
     auto* displayModes = new QActionGroup(this);
@@ -47,10 +43,6 @@ LCommandMenus::LCommandMenus(QMainWindow& frame) : QObject(&frame) {
             if (!sub)
                 sub = menu->addMenu(QString::fromUtf8(row.submenu));
             menu = sub;
-            connect(sub, &QMenu::hovered, this, [this](QAction* action) {
-                if (action->data().isValid())
-                    emit commandHovered(static_cast<uint16_t>(action->data().toUInt()));
-            });
         }
         QAction* action = menu->addAction(MenuText(row));
         action->setData(row.id);
@@ -65,6 +57,7 @@ LCommandMenus::LCommandMenus(QMainWindow& frame) : QObject(&frame) {
         }
         const uint16_t id = row.id;
         connect(action, &QAction::triggered, this, [this, id]() { emit commandTriggered(id); });
+        connect(action, &QAction::hovered, this, [this, id]() { emit commandHovered(id); });
         actions_[id] = action;
     }
     recentSeparator_->setVisible(false);
@@ -112,6 +105,7 @@ QAction* LCommandMenus::NewDynamicAction(QMenu* menu, uint16_t id, const QString
     action->setData(id);
     action->setStatusTip(CommandDescription(id));
     connect(action, &QAction::triggered, this, [this, id]() { emit commandTriggered(id); });
+    connect(action, &QAction::hovered, this, [this, id]() { emit commandHovered(id); });
     return action;
 }
 
