@@ -4,6 +4,7 @@
 //
 // Threads: GUI thread only (QPixmap).
 
+#include <QIcon>
 #include <QPixmap>
 
 namespace osmera {
@@ -13,6 +14,9 @@ inline constexpr int kBackgroundHeight = 218;
 
 // The picture, made once and kept for the run.
 const QPixmap& BackgroundPicture();
+
+// The program's icon: a small waveform badge in the picture's colours.
+QIcon ProgramIcon();
 
 // Where the picture's top-left corner goes in an area of `width` by `height`: centred,
 // halving with an arithmetic shift, so a smaller area shows the picture's middle part.

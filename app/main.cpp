@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "app/background_picture.h"
 #include "app/main_dialog.h"
 #include "app/mdi_main_window.h"
 #include "app/run_arguments.h"
@@ -67,6 +68,7 @@ int main(int argc, char** argv) {
     QApplication::setApplicationDisplayName(QStringLiteral("Osmera"));
     QApplication::setApplicationVersion(QStringLiteral(OSMERA_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("osmera"));
+    QApplication::setWindowIcon(ProgramIcon());
 
     LSingleInstance instance;
     switch (instance.Start(ArgumentsOf(argc, argv))) {

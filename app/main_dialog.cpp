@@ -191,13 +191,15 @@ void MainDialog::AttachWindow(LOMFile& doc, int32_t bytesPerSample) {
     auto* window = new LOMDocumentSubWindow([this, key]() { return QueryCloseDocument(*key); },
                                             [this, key]() { DetachWindow(key); });
     window->setWidget(new LOMFileWindow(*model));
-    window->setWindowIcon(QIcon());
     open.window = window;
     open_.push_back(std::move(open));
     UpdateWindowTitle(open_.back());
+    // New windows step down and right from the top-left corner, as cascaded windows do.
+    const QSize area = frame_.ClientArea()->viewport()->size();
+    const QSize size(std::max(480, area.width() * 3 / 4), std::max(240, area.height() * 3 / 5));
+    const int step = 26 * static_cast<int>((open_.size() - 1) % 8);
     frame_.ClientArea()->addSubWindow(window);
-    window->resize(std::max(480, frame_.ClientArea()->width() * 3 / 4),
-                   std::max(240, frame_.ClientArea()->height() * 3 / 5));
+    window->setGeometry(step, step, size.width(), size.height());
     window->show();
     frame_.ClientArea()->setActiveSubWindow(window);
     UpdateWindowList();
