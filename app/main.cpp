@@ -115,7 +115,14 @@ int main(int argc, char** argv) {
         LUnixSignalNotifier terminations;
         QObject::connect(
             &terminations, &LUnixSignalNotifier::terminationRequested, &frame,
-            [&frame](int) { frame.CloseWithoutAsking(); }, Qt::QueuedConnection);
+            [&frame](int) {
+                // While a question is open the frame is already closing and refuses a
+                // second close: then the event loops end directly.
+                frame.CloseWithoutAsking();
+                if (frame.isVisible())
+                    QCoreApplication::exit(0);
+            },
+            Qt::QueuedConnection);
         // The session is ending: ask about modified documents while the user can answer.
         QObject::connect(&app, &QGuiApplication::commitDataRequest, &controller,
                          [&controller](QSessionManager& manager) {
