@@ -17,7 +17,8 @@ LQtSettingsStore::LQtSettingsStore(std::string iniPath) : iniPath_(std::move(ini
 LQtSettingsStore::~LQtSettingsStore() = default;
 
 std::unique_ptr<QSettings> LQtSettingsStore::Open() const {
-    if (iniPath_.empty()) return std::make_unique<QSettings>("Quillon", "Osmera");
+    if (iniPath_.empty())
+        return std::make_unique<QSettings>("Quillon", "Osmera");
     return std::make_unique<QSettings>(QString::fromStdString(iniPath_), QSettings::IniFormat);
 }
 

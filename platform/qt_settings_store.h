@@ -17,7 +17,7 @@ class QSettings;
 namespace osmera {
 
 class LQtSettingsStore : public LSettingsStore {
-public:
+  public:
     // The user's settings.
     LQtSettingsStore();
     // An INI file at `iniPath`, created when first written.
@@ -31,7 +31,7 @@ public:
     void SetText(const std::string& section, const std::string& key,
                  const std::string& value) override;
 
-private:
+  private:
     std::unique_ptr<QSettings> Open() const;
 
     std::string iniPath_;

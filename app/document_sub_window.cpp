@@ -1,0 +1,26 @@
+#include "app/document_sub_window.h"
+
+#include <QCloseEvent>
+
+namespace osmera {
+
+LOMDocumentSubWindow::LOMDocumentSubWindow(std::function<bool()> queryClose,
+                                           std::function<void()> closed, QWidget* parent)
+    : QMdiSubWindow(parent), queryClose_(std::move(queryClose)), closed_(std::move(closed)) {
+    setAttribute(Qt::WA_DeleteOnClose);
+}
+
+void LOMDocumentSubWindow::closeEvent(QCloseEvent* event) {
+    if (queryClose_ && !queryClose_()) {
+        event->ignore();
+        return;
+    }
+    if (closed_) {
+        auto closed = std::move(closed_);
+        closed_ = nullptr;
+        closed();
+    }
+    QMdiSubWindow::closeEvent(event);
+}
+
+}  // namespace osmera

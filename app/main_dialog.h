@@ -1,0 +1,252 @@
+#pragma once
+// MainDialog: the editor's controller behind the frame. Every command arrives here as an
+// identifier of the command table (menu, shortcut, tool bar, key macro) and is dispatched
+// to one handler Cm<Command>, which works on the current document through the engine's
+// LDocumentController and turns its result into a message. MainDialog is also the engine's
+// LDocumentListener: it forwards document changes to the document's view-model and keeps
+// the menus' texts and states in step (one UpdateCommandStates from a snapshot).
+//
+// Each open document has an LDocumentModel and an LOMFileWindow inside a child window of
+// the frame; the active child window makes its document the controller's current one.
+//
+// Commands of parts that are not built yet show "<Feature> is not available in this
+// version." (main_dialog_pending.cpp holds all of them in one place).
+//
+// Ownership: the frame, settings store, prompts and clipboard are borrowed and outlive the
+// controller; the controller owns the engine's document controller, the models and the
+// menus' bookkeeping (the actions themselves are children of the frame).
+// Threads: GUI thread only.
+
+#include <QObject>
+#include <QPointer>
+#include <QTimer>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "app/command_table.h"
+#include "app/recent_file_list.h"
+#include "app/run_arguments.h"
+#include "app/user_prompts.h"
+#include "edit/document_controller.h"
+
+class QMdiSubWindow;
+
+namespace osmera {
+
+class LCommandMenus;
+class LDocumentModel;
+class LMDIMainWindow;
+
+class MainDialog : public QObject, public LDocumentListener {
+    Q_OBJECT
+  public:
+    MainDialog(LMDIMainWindow& frame, LSettingsStore& settings, LUserPrompts& prompts,
+               LClipboardExchange& clipboard, QObject* parent = nullptr);
+    ~MainDialog() override;
+
+    // Runs the handler of `id` (table commands, recent files 1050-1060, windows
+    // 5017-5036). False when `id` has none, or when it needs a document and none is open.
+    bool Dispatch(uint16_t id);
+    static bool HasHandler(uint16_t id);
+
+    // Status-bar help for the item under the pointer: its description for 5000 ms, then
+    // the idle text; an item without a description leaves the status bar as it is.
+    void ShowCommandHelp(uint16_t id);
+    void EvHelpTimer();  // the help's time is up
+    QString StatusText() const;
+    bool IsHelpShowing() const { return helpTimer_.isActive(); }
+    static QString IdleText() { return QStringLiteral("Ready"); }
+
+    // The run arguments, once the frame exists. True when a file was opened.
+    bool EvRunArguments(const LRunArguments& arguments);
+    // Opens `path` as a new document in its own window; a failure is reported to the
+    // user. `firstFile`: no file has opened yet in this batch of files.
+    bool OpenFile(const QString& path, bool firstFile = true);
+    void OpenFiles(const QStringList& paths);
+    // A batch script handed over by a second start or by "-batch".
+    void RunBatchScript(const QString& path);
+
+    // Asks about every modified document; false (nothing closed) when the user cancels.
+    bool QueryCloseAll();
+    // The "Save changes" prompt for `doc`; false when the user cancels.
+    bool QueryCloseDocument(LOMFile& doc);
+
+    void AddToRecentFileList(const std::string& path);
+    void LoadRecentFileList();
+    // The path of the recent item at place `index` (from 0) of the menu; "" for none.
+    std::string ExtractRecentFilePath(int index) const;
+
+    void UpdateCommandStates();
+    // The state flags (LCommandNeeds) that hold now.
+    uint32_t CurrentState() const;
+
+    LDocumentController& Controller() { return controller_; }
+    LCommandMenus& Menus() { return *menus_; }
+    LRecentFileList& RecentFiles() { return recent_; }
+    LDocumentModel* ModelOf(const LOMFile* doc) const;
+    QMdiSubWindow* WindowOf(const LOMFile* doc) const;
+    // Opens the manual in the browser: the first of `ManualCandidates` that exists.
+    static QStringList ManualCandidates();
+
+    // LDocumentListener.
+    void UndoMenuChanged(const LUndoMenuItem& item) override;
+    void SaveEnabledChanged(bool enabled) override;
+    void DocumentChanged(LOMFile& doc) override;
+
+  private:
+    struct LOpenDocument {
+        LOMFile* doc;
+        std::unique_ptr<LDocumentModel> model;
+        QPointer<QMdiSubWindow> window;
+        int32_t bytesPerSample = 2;
+    };
+    struct LHandler {
+        uint16_t id;
+        void (MainDialog::*handler)();
+    };
+    static std::span<const LHandler> Handlers();
+
+    // Documents and their windows.
+    void AttachWindow(LOMFile& doc, int32_t bytesPerSample);
+    void DetachWindow(LOMFile* doc);
+    void EvSubWindowActivated(QMdiSubWindow* window);
+    void UpdateWindowTitle(LOpenDocument& open);
+    void UpdateWindowList();
+    LOpenDocument* Find(const LOMFile* doc);
+    LDocumentModel* CurrentModel() const;
+
+    // File helpers.
+    bool SaveDocument(LOMFile& doc);
+    bool SaveDocumentAs(LOMFile& doc);
+    void ReportEditResult(LEditResult result);
+    void CopySelectionToDesktop();
+    void NotAvailable(uint16_t id);
+    void NotAvailable(const QString& feature);
+    void TileWindows(bool stacked);
+
+    // Command handlers, menu by menu.
+    void CmNewFile();
+    void CmOpen();
+    void CmLoadCdTracks();
+    void CmCloseFile();
+    void CmSave();
+    void CmSaveAs();
+    void CmSend();
+    void CmOpenProject();
+    void CmCloseProject();
+    void CmSaveProject();
+    void CmSaveProjectAs();
+    void CmConvertSampleRate();
+    void CmConvertMono();
+    void CmConvertStereo();
+    void CmEditTags();
+    void CmSettings();
+    void CmExit();
+    void CmUndo();
+    void CmCut();
+    void CmCopy();
+    void CmPaste();
+    void CmPasteFromClipboard();
+    void CmPasteMix();
+    void CmPasteMixFromClipboard();
+    void CmDelete();
+    void CmSelectAll();
+    void CmSelectToStart();
+    void CmSelectToEnd();
+    void CmSelectRegion();
+    void CmMixFile();
+    void CmRepeatLoop();
+    void CmTrim();
+    void CmTrimStart();
+    void CmTrimEnd();
+    void CmAutoTrim();
+    void CmSplit();
+    void CmSilence();
+    void CmSaveSelectRegionAs();
+    void CmInsertSilenceBegin();
+    void CmInsertSilenceCurrent();
+    void CmInsertSilenceEnd();
+    void CmInsertFileBegin();
+    void CmInsertFileCurrent();
+    void CmInsertFileEnd();
+    void CmCopyToNew();
+    void CmMarkFirst();
+    void CmMarkSecond();
+    void CmRecallMark();
+    void CmAmplify();
+    void CmNormalize();
+    void CmHighPass();
+    void CmEqualizer();
+    void CmEcho();
+    void CmReverb();
+    void CmReverse();
+    void CmFadeIn();
+    void CmFadeOut();
+    void CmFadeOutAndTrim();
+    void CmCrossFade();
+    void CmEnvelope();
+    void CmStereoPan();
+    void CmAutoGain();
+    void CmNoiseReduction();
+    void CmSimpleSpeedPitch();
+    void CmConstantPitchSpeed();
+    void CmConstantSpeedPitch();
+    void CmCompressor();
+    void CmDcOffset();
+    void CmPluginEffects();
+    void CmPlugins();
+    void CmRecord();
+    void CmPlay();
+    void CmPlayNormal();
+    void CmPlaySlow();
+    void CmPlayFast();
+    void CmPlayRepeat();
+    void CmStop();
+    void CmGoToStart();
+    void CmRewind();
+    void CmFastForward();
+    void CmGoToEnd();
+    void CmFft();
+    void CmTfft();
+    void CmAutoClickPop();
+    void CmManualClickPop();
+    void CmTextToSpeech();
+    void CmBatchConverter();
+    void CmSetBookmark();
+    void CmBookmarkList();
+    void CmAddRegion();
+    void CmRegionList();
+    void CmAssembleRegions();
+    void CmCascade();
+    void CmTileHorizontal();
+    void CmTileVertical();
+    void CmArrangeIcons();
+    void CmZoomIn();
+    void CmZoomOut();
+    void CmZoomToSelection();
+    void CmZoomFull();
+    void CmVerticalZoom();
+    void CmDisplayPlusMinus();
+    void CmDisplayLeftRight();
+    void CmCloseAll();
+    void CmHelpContents();
+    void CmAbout();
+    void CmRecentFile(int index);
+    void CmActivateWindow(int index);
+
+    LMDIMainWindow& frame_;
+    LSettingsStore& settings_;
+    LUserPrompts& prompts_;
+    LClipboardExchange& clipboard_;
+    LDocumentController controller_;
+    LRecentFileList recent_;
+    LCommandMenus* menus_;
+    std::vector<LOpenDocument> open_;
+    QTimer helpTimer_;
+    bool undoAvailable_ = false;
+    int busy_ = 0;  // > 0 while a file job runs; requests from outside wait for it
+};
+
+}  // namespace osmera

@@ -1,0 +1,321 @@
+// MainDialog: every command whose part of the program is not built yet. Each shows one
+// message naming the feature ("<Feature> is not available in this version."); replacing
+// a command means moving its handler out of this file.
+#include "app/main_dialog.h"
+
+namespace osmera {
+
+// Edits that the document controller is getting next.
+
+void MainDialog::CmNewFile() {
+    NotAvailable(kIdNewFile);
+}
+
+void MainDialog::CmConvertSampleRate() {
+    NotAvailable(kIdConvertSampleRate);
+}
+
+void MainDialog::CmConvertMono() {
+    NotAvailable(kIdConvertMono);
+}
+
+void MainDialog::CmConvertStereo() {
+    NotAvailable(kIdConvertStereo);
+}
+
+void MainDialog::CmSelectRegion() {
+    NotAvailable(kIdSelectRegion);
+}
+
+void MainDialog::CmTrimStart() {
+    NotAvailable(kIdTrimStart);
+}
+
+void MainDialog::CmTrimEnd() {
+    NotAvailable(kIdTrimEnd);
+}
+
+void MainDialog::CmSplit() {
+    NotAvailable(kIdSplit);
+}
+
+void MainDialog::CmSilence() {
+    NotAvailable(kIdSilence);
+}
+
+void MainDialog::CmSaveSelectRegionAs() {
+    NotAvailable(kIdSaveSelectRegionAs);
+}
+
+void MainDialog::CmInsertSilenceBegin() {
+    NotAvailable(kIdInsertSilenceBegin);
+}
+
+void MainDialog::CmInsertSilenceCurrent() {
+    NotAvailable(kIdInsertSilenceCurrent);
+}
+
+void MainDialog::CmInsertSilenceEnd() {
+    NotAvailable(kIdInsertSilenceEnd);
+}
+
+void MainDialog::CmInsertFileBegin() {
+    NotAvailable(kIdInsertFileBegin);
+}
+
+void MainDialog::CmInsertFileCurrent() {
+    NotAvailable(kIdInsertFileCurrent);
+}
+
+void MainDialog::CmInsertFileEnd() {
+    NotAvailable(kIdInsertFileEnd);
+}
+
+void MainDialog::CmCopyToNew() {
+    NotAvailable(kIdCopyToNew);
+}
+
+void MainDialog::CmMarkFirst() {
+    NotAvailable(kIdMarkFirst);
+}
+
+void MainDialog::CmMarkSecond() {
+    NotAvailable(kIdMarkSecond);
+}
+
+void MainDialog::CmRecallMark() {
+    NotAvailable(kIdRecallMark);
+}
+
+// Projects, CD tracks, sending, tags, settings, effects, playback and recording, tools
+// and bookmarks.
+
+void MainDialog::CmLoadCdTracks() {
+    NotAvailable(kIdLoadCdTracks);
+}
+
+void MainDialog::CmSend() {
+    NotAvailable(kIdSend);
+}
+
+void MainDialog::CmOpenProject() {
+    NotAvailable(kIdOpenProject);
+}
+
+void MainDialog::CmCloseProject() {
+    NotAvailable(kIdCloseProject);
+}
+
+void MainDialog::CmSaveProject() {
+    NotAvailable(kIdSaveProject);
+}
+
+void MainDialog::CmSaveProjectAs() {
+    NotAvailable(kIdSaveProjectAs);
+}
+
+void MainDialog::CmEditTags() {
+    NotAvailable(kIdEditTags);
+}
+
+void MainDialog::CmSettings() {
+    NotAvailable(kIdSettings);
+}
+
+void MainDialog::CmPasteMix() {
+    NotAvailable(kIdPasteMix);
+}
+
+void MainDialog::CmPasteMixFromClipboard() {
+    NotAvailable(kIdPasteMixFromClipboard);
+}
+
+void MainDialog::CmMixFile() {
+    NotAvailable(kIdMixFile);
+}
+
+void MainDialog::CmRepeatLoop() {
+    NotAvailable(kIdRepeatLoop);
+}
+
+void MainDialog::CmAutoTrim() {
+    NotAvailable(kIdAutoTrim);
+}
+
+void MainDialog::CmAmplify() {
+    NotAvailable(kIdAmplify);
+}
+
+void MainDialog::CmNormalize() {
+    NotAvailable(kIdNormalize);
+}
+
+void MainDialog::CmHighPass() {
+    NotAvailable(kIdHighPass);
+}
+
+void MainDialog::CmEqualizer() {
+    NotAvailable(kIdEqualizer);
+}
+
+void MainDialog::CmEcho() {
+    NotAvailable(kIdEcho);
+}
+
+void MainDialog::CmReverb() {
+    NotAvailable(kIdReverb);
+}
+
+void MainDialog::CmReverse() {
+    NotAvailable(kIdReverse);
+}
+
+void MainDialog::CmFadeIn() {
+    NotAvailable(kIdFadeIn);
+}
+
+void MainDialog::CmFadeOut() {
+    NotAvailable(kIdFadeOut);
+}
+
+void MainDialog::CmFadeOutAndTrim() {
+    NotAvailable(kIdFadeOutAndTrim);
+}
+
+void MainDialog::CmCrossFade() {
+    NotAvailable(kIdCrossFade);
+}
+
+void MainDialog::CmEnvelope() {
+    NotAvailable(kIdEnvelope);
+}
+
+void MainDialog::CmStereoPan() {
+    NotAvailable(kIdStereoPan);
+}
+
+void MainDialog::CmAutoGain() {
+    NotAvailable(kIdAutoGain);
+}
+
+void MainDialog::CmNoiseReduction() {
+    NotAvailable(kIdNoiseReduction);
+}
+
+void MainDialog::CmSimpleSpeedPitch() {
+    NotAvailable(kIdSimpleSpeedPitch);
+}
+
+void MainDialog::CmConstantPitchSpeed() {
+    NotAvailable(kIdConstantPitchSpeed);
+}
+
+void MainDialog::CmConstantSpeedPitch() {
+    NotAvailable(kIdConstantSpeedPitch);
+}
+
+void MainDialog::CmCompressor() {
+    NotAvailable(kIdCompressor);
+}
+
+void MainDialog::CmDcOffset() {
+    NotAvailable(kIdDcOffset);
+}
+
+void MainDialog::CmPluginEffects() {
+    NotAvailable(kIdPluginEffects);
+}
+
+void MainDialog::CmPlugins() {
+    NotAvailable(kIdPlugins);
+}
+
+void MainDialog::CmRecord() {
+    NotAvailable(kIdRecord);
+}
+
+void MainDialog::CmPlay() {
+    NotAvailable(kIdPlay);
+}
+
+void MainDialog::CmPlayNormal() {
+    NotAvailable(kIdPlayNormal);
+}
+
+void MainDialog::CmPlaySlow() {
+    NotAvailable(kIdPlaySlow);
+}
+
+void MainDialog::CmPlayFast() {
+    NotAvailable(kIdPlayFast);
+}
+
+void MainDialog::CmPlayRepeat() {
+    NotAvailable(kIdPlayRepeat);
+}
+
+void MainDialog::CmStop() {
+    NotAvailable(kIdStop);
+}
+
+void MainDialog::CmGoToStart() {
+    NotAvailable(kIdGoToStart);
+}
+
+void MainDialog::CmRewind() {
+    NotAvailable(kIdRewind);
+}
+
+void MainDialog::CmFastForward() {
+    NotAvailable(kIdFastForward);
+}
+
+void MainDialog::CmGoToEnd() {
+    NotAvailable(kIdGoToEnd);
+}
+
+void MainDialog::CmFft() {
+    NotAvailable(kIdFft);
+}
+
+void MainDialog::CmTfft() {
+    NotAvailable(kIdTfft);
+}
+
+void MainDialog::CmAutoClickPop() {
+    NotAvailable(kIdAutoClickPop);
+}
+
+void MainDialog::CmManualClickPop() {
+    NotAvailable(kIdManualClickPop);
+}
+
+void MainDialog::CmTextToSpeech() {
+    NotAvailable(kIdTextToSpeech);
+}
+
+void MainDialog::CmBatchConverter() {
+    NotAvailable(kIdBatchConverter);
+}
+
+void MainDialog::CmSetBookmark() {
+    NotAvailable(kIdSetBookmark);
+}
+
+void MainDialog::CmBookmarkList() {
+    NotAvailable(kIdBookmarkList);
+}
+
+void MainDialog::CmAddRegion() {
+    NotAvailable(kIdAddRegion);
+}
+
+void MainDialog::CmRegionList() {
+    NotAvailable(kIdRegionList);
+}
+
+void MainDialog::CmAssembleRegions() {
+    NotAvailable(kIdAssembleRegions);
+}
+
+}  // namespace osmera

@@ -1,0 +1,58 @@
+#pragma once
+// The questions and messages the controller puts to the user, and the file dialogs, behind
+// one interface so tests can answer them without a window blocking.
+//
+// LQtUserPrompts shows the desktop's message boxes and file dialogs over the frame.
+// Threads: GUI thread only.
+
+#include <QString>
+#include <QStringList>
+
+class QWidget;
+
+namespace osmera {
+
+enum class LAnswer { kYes, kNo, kCancel };
+
+class LUserPrompts {
+  public:
+    virtual ~LUserPrompts() = default;
+    // A question with Yes, No and Cancel buttons (Cancel also when the box is closed).
+    virtual LAnswer AskYesNoCancel(const QString& title, const QString& text) = 0;
+    // A question with Yes and No buttons (No also when the box is closed).
+    virtual LAnswer AskYesNo(const QString& title, const QString& text) = 0;
+    virtual void Inform(const QString& title, const QString& text) = 0;
+    virtual void Warn(const QString& title, const QString& text) = 0;
+    // The program's name, version and licence.
+    virtual void About(const QString& title, const QString& text) = 0;
+    // Files chosen to open (empty on Cancel). `filters` in the dialog's order.
+    virtual QStringList OpenFileNames(const QString& title, const QString& folder,
+                                      const QStringList& filters) = 0;
+    // A file name to save to ("" on Cancel); `filterIndex` is the filter shown first and
+    // comes back as the one chosen.
+    virtual QString SaveFileName(const QString& title, const QString& folder,
+                                 const QStringList& filters, int& filterIndex) = 0;
+    // Shows the local file `path` in the desktop's web browser; false when none took it.
+    virtual bool OpenInBrowser(const QString& path) = 0;
+};
+
+class LQtUserPrompts : public LUserPrompts {
+  public:
+    explicit LQtUserPrompts(QWidget* parent) : parent_(parent) {}
+
+    LAnswer AskYesNoCancel(const QString& title, const QString& text) override;
+    LAnswer AskYesNo(const QString& title, const QString& text) override;
+    void Inform(const QString& title, const QString& text) override;
+    void Warn(const QString& title, const QString& text) override;
+    void About(const QString& title, const QString& text) override;
+    QStringList OpenFileNames(const QString& title, const QString& folder,
+                              const QStringList& filters) override;
+    QString SaveFileName(const QString& title, const QString& folder, const QStringList& filters,
+                         int& filterIndex) override;
+    bool OpenInBrowser(const QString& path) override;
+
+  private:
+    QWidget* parent_;
+};
+
+}  // namespace osmera

@@ -1,0 +1,188 @@
+#include "app/main_dialog.h"
+
+#include <gtest/gtest.h>
+
+#include <QAction>
+#include <QMdiSubWindow>
+#include <QStatusBar>
+#include <filesystem>
+
+#include "app/command_menus.h"
+#include "display/document_model.h"
+#include "tests/app/app_fixture.h"
+
+namespace osmera {
+namespace {
+
+using Editor = testing::EditorTest;
+
+// Every identifier reaches its handler: a wired command does its work without a message,
+// a command of a part not built yet says once that its feature is not available.
+TEST_F(Editor, EveryCommandReachesItsHandlerOrSaysItIsNotAvailable) {
+    const std::set<uint16_t> wired = {kIdOpenFile,
+                                      kIdCloseFile,
+                                      kIdSaveFile,
+                                      kIdSaveFileAs,
+                                      kIdExit,
+                                      kIdUndo,
+                                      kIdCut,
+                                      kIdCopy,
+                                      kIdPaste,
+                                      kIdPasteFromClipboard,
+                                      kIdDelete,
+                                      kIdSelectAll,
+                                      kIdSelectToStart,
+                                      kIdSelectToEnd,
+                                      kIdTrim,
+                                      kIdCascade,
+                                      kIdTileHorizontal,
+                                      kIdTileVertical,
+                                      kIdArrangeIcons,
+                                      kIdZoomIn,
+                                      kIdZoomOut,
+                                      kIdZoomToSelection,
+                                      kIdZoomFull,
+                                      kIdVerticalZoom,
+                                      kIdDisplayPlusMinus,
+                                      kIdDisplayLeftRight,
+                                      kIdCloseAll,
+                                      kIdHelpContents,
+                                      kIdAbout};
+    for (const LCommandRow& row : CommandTable()) {
+        SCOPED_TRACE(row.id);
+        LOMFile& doc = Open("a.wav");
+        doc.SetSelection(100, 900);
+        prompts.told.clear();
+        EXPECT_TRUE(main->Dispatch(row.id));
+        if (wired.count(row.id)) {
+            for (const QString& told : prompts.told)
+                EXPECT_FALSE(told.contains("not available")) << told.toStdString();
+        } else {
+            ASSERT_EQ(prompts.told.size(), 1);
+            EXPECT_EQ(prompts.told.front(),
+                      FeatureName(row) + " is not available in this version.");
+        }
+    }
+    EXPECT_EQ(prompts.browsed.size(), 1);  // Help Contents found the manual
+    // Without a document, a command on the document does nothing.
+    main->Dispatch(kIdCloseAll);
+    prompts.answers.assign(30, LAnswer::kNo);
+    main->Dispatch(kIdCloseAll);
+    ASSERT_EQ(main->Controller().GetCurrent(), nullptr);
+    prompts.told.clear();
+    EXPECT_FALSE(main->Dispatch(kIdTrimStart));
+    EXPECT_TRUE(prompts.told.isEmpty());
+}
+
+// A cut names itself in the undo item and enables Save; undoing it restores both.
+TEST_F(Editor, UndoItemAndSaveFollowTheDocument) {
+    LOMFile& doc = Open("a.wav");
+    QAction* undo = main->Menus().Action(kIdUndo);
+    QAction* save = main->Menus().Action(kIdSaveFile);
+    EXPECT_EQ(undo->text(), "Undo \tCtrl+Z");
+    EXPECT_FALSE(undo->isEnabled());
+    EXPECT_FALSE(main->Menus().Action(kIdCut)->isEnabled());  // no selection yet
+    main->ModelOf(&doc)->SetSelection(1000, 3000);
+    EXPECT_TRUE(main->Menus().Action(kIdCut)->isEnabled());
+    main->Menus().Action(kIdCut)->trigger();
+    EXPECT_EQ(doc.audio.GetLength(), 6000);
+    EXPECT_EQ(undo->text(), "Undo Cut\tCtrl+Z");
+    EXPECT_TRUE(undo->isEnabled());
+    EXPECT_TRUE(save->isEnabled());
+    EXPECT_TRUE(main->WindowOf(&doc)->windowTitle().endsWith('*'));
+    EXPECT_TRUE(main->Menus().Action(kIdPaste)->isEnabled());
+    EXPECT_FALSE(clipboard.bytes.empty());  // a short cut also goes to the desktop
+    main->Dispatch(kIdUndo);
+    EXPECT_EQ(doc.audio.GetLength(), 8000);
+    EXPECT_EQ(undo->text(), "Undo \tCtrl+Z");
+    EXPECT_FALSE(undo->isEnabled());
+    EXPECT_FALSE(save->isEnabled());
+}
+
+// Audio copied to the desktop clipboard pastes into another document.
+TEST_F(Editor, DesktopClipboardCarriesAudioBetweenDocuments) {
+    LOMFile& first = Open("a.wav");
+    first.SetSelection(0, 2000);
+    main->Dispatch(kIdCopy);
+    ASSERT_GT(clipboard.bytes.size(), 4000u);
+    LOMFile& second = Open("b.wav");
+    ASSERT_NE(&first, &second);
+    second.cursor = 500;
+    main->Dispatch(kIdPasteFromClipboard);
+    EXPECT_EQ(second.audio.GetLength(), 10000);
+    EXPECT_EQ(first.audio.GetLength(), 8000);
+}
+
+// Hovering shows a description for 5000 ms, then the idle text; an item without one
+// leaves the status bar alone.
+TEST_F(Editor, StatusBarHelp) {
+    main->Menus().Action(kIdNewFile)->hover();
+    EXPECT_EQ(main->StatusText(), "Creates a new audio file.");
+    EXPECT_TRUE(main->IsHelpShowing());
+    main->Menus().Action(kIdDelete)->hover();
+    EXPECT_EQ(main->StatusText(), "Creates a new audio file.");
+    main->ShowCommandHelp(kWindowItemFirstId);
+    EXPECT_EQ(main->StatusText(), "Activates the selected window.");
+    main->EvHelpTimer();
+    EXPECT_EQ(main->StatusText(), MainDialog::IdleText());
+    main->Menus().Action(kIdEditTags)->hover();
+    EXPECT_EQ(main->StatusText(), MainDialog::IdleText());
+    EXPECT_FALSE(main->IsHelpShowing());
+}
+
+// Closing a modified document: Cancel keeps it, No closes it unsaved, Yes on an untitled
+// one asks for a name through Save As and writes the file.
+TEST_F(Editor, ClosePromptAnswers) {
+    LOMFile& doc = Open("a.wav");
+    const auto size = std::filesystem::file_size(dir.File("a.wav"));
+    doc.SetSelection(0, 4000);
+    main->Dispatch(kIdDelete);
+    prompts.answers = {LAnswer::kCancel};
+    main->Dispatch(kIdCloseFile);
+    ASSERT_EQ(main->Controller().GetDocuments().size(), 1u);
+    EXPECT_EQ(prompts.asked.back(), "Osmera: Save changes to \"a.wav\"?");
+    prompts.answers = {LAnswer::kNo};
+    main->Dispatch(kIdCloseFile);
+    EXPECT_TRUE(main->Controller().GetDocuments().empty());
+    EXPECT_EQ(std::filesystem::file_size(dir.File("a.wav")), size);
+
+    LOMFile& copy = Open("b.wav");
+    copy.SetSelection(0, 2000);
+    main->Dispatch(kIdCopy);
+    LOMFile& untitled = main->Controller().NewDocument(8000, 1);
+    main->Controller().SetCurrent(&untitled);
+    main->Dispatch(kIdPaste);
+    ASSERT_TRUE(untitled.modified);
+    prompts.answers = {LAnswer::kYes};
+    prompts.saveAnswer = QString::fromStdString(dir.File("saved"));
+    EXPECT_TRUE(main->QueryCloseDocument(untitled));
+    EXPECT_EQ(prompts.asked.back(), "Save Audio File As");
+    EXPECT_LT(std::filesystem::file_size(dir.File("saved.wav")) - 2000 * 2, 64u);  // + header
+    EXPECT_EQ(settings.GetInt("Settings", "SaveAsFormat", -1), 1);
+    EXPECT_EQ(settings.GetText("Settings", "SaveAsDir", ""), dir.Path().string());
+}
+
+// Open asks with its title and filters in order, remembers the folder and lists the file.
+TEST_F(Editor, OpenRemembersFolderAndRecentFiles) {
+    prompts.openAnswer = {QString::fromStdString(MakeWave("one.wav")),
+                          QString::fromStdString(dir.File("missing.wav")),
+                          QString::fromStdString(MakeWave("two.wav"))};
+    main->Dispatch(kIdOpenFile);
+    EXPECT_EQ(prompts.asked.back(), "Open Audio File");
+    ASSERT_EQ(prompts.openFilters.size(), 19);
+    EXPECT_TRUE(prompts.openFilters.front().startsWith("Audio Files (*.wav *.mp3 "));
+    EXPECT_EQ(prompts.openFilters.at(2), "MPEG Layer-3 Files (*.mp3 *.mp2 *.mpga)");
+    EXPECT_EQ(prompts.openFilters.back(), "All Files (*)");
+    EXPECT_EQ(main->Controller().GetDocuments().size(), 2u);  // the missing one was reported
+    EXPECT_EQ(prompts.told.size(), 1);
+    EXPECT_EQ(settings.GetText("Settings", "OpenFileDir", ""), dir.Path().string());
+    const QList<QAction*> recent = main->Menus().RecentActions();
+    ASSERT_EQ(recent.size(), 2);
+    EXPECT_EQ(recent[0]->data().toUInt(), kRecentFileFirstId);
+    EXPECT_TRUE(recent[0]->text().startsWith("&1."));
+    EXPECT_EQ(main->Menus().WindowActions().size(), 2);
+    EXPECT_TRUE(main->Menus().WindowActions().back()->isChecked());
+}
+
+}  // namespace
+}  // namespace osmera
