@@ -67,6 +67,7 @@ enum class LEditResult {
     kNoSelection,     // the command needs a selection and the (clamped) one is empty
     kClipboardEmpty,  // nothing to paste
     kChannelsDiffer,  // the pasted audio is mono and the document stereo, or the reverse
+    kTankFull,        // too few free cut numbers for the new audio (kCutTankFullMessage)
 };
 
 class LDocumentController {
@@ -79,7 +80,8 @@ class LDocumentController {
     // A new empty untitled document (numbered by GetUntitledIdx); it becomes current.
     LOMFile& NewDocument(uint32_t sampleRate, uint8_t channels);
     // Opens `path` into a new document that becomes current. On anything but kJobDone
-    // (document_io.h) no document is added and `message` says why.
+    // (document_io.h) no document is added and `message` says why (kCutTankFullMessage
+    // when no cut number is free).
     int OpenDocument(const std::string& path, LProgress* progress, std::string* message = nullptr);
     // Saves the current document to `path` ("" for its own path) as PCM WAV of
     // `bytesPerSample`. On success the document takes that path and is no longer modified.
@@ -96,6 +98,11 @@ class LDocumentController {
 
     // The lowest number from 1 to 19 no open document uses; 1 when all are in use.
     uint32_t GetUntitledIdx() const;
+
+    // kDone when `needed` cut numbers are free for a command that writes new audio (an
+    // effect, a recording, a load), else kTankFull: the command is then refused before it
+    // starts, with kCutTankFullMessage. Commands that only rearrange audio need no check.
+    LEditResult CheckFreeCuts(uint32_t needed = 1) const;
 
     // Records an undo step named `undoName` for the current document and marks it modified.
     void StartModifyCurrentFile(const std::string& undoName);
@@ -128,7 +135,8 @@ class LDocumentController {
     LEditResult CmCopyToSystemClipboard(LClipboardExchange& exchange, LProgress* progress);
     // Writes the clipboard's wave data to "clipboard.wav", loads it and pastes it at the
     // cursor as CmPaste does. kClipboardEmpty when the clipboard holds no wave audio or the
-    // file cannot be read (those errors are not reported further).
+    // file cannot be read (those errors are not reported further); kTankFull, with nothing
+    // changed, when no cut number is free.
     LEditResult CmPasteFromSystemClipboard(LClipboardExchange& exchange, LProgress* progress);
     // The path of "clipboard.wav" (the folder is chosen as the cut tank chooses it).
     std::string ClipboardFilePath();
