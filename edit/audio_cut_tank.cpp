@@ -86,6 +86,8 @@ void LAudioCutTank::DecRef(uint32_t number) {
     if (number >= kCutNumbers)
         return;
     std::lock_guard<std::mutex> lock(mutex_);
+    if (refCount_[number] == 65535)
+        return;
     if (refCount_[number] < 2) {
         DeleteFilesOf(number);
         refCount_[number] = 0;

@@ -69,11 +69,14 @@ class LAudioCutTank {
     // Takes the lowest free number into `number` with a count of 1; false, with nothing
     // changed, when all are in use. What every writer of a cut uses.
     bool TakeNewRef(uint16_t& number);
-    // Adds a reference; a count that reached 65535 stays there. Numbers from 65535 up
-    // (silence) are ignored.
+    // Adds a reference; a count that reached 65535 stays there for good (see DecRef).
+    // Numbers from 65535 up (silence) are ignored.
     void IncRef(uint32_t number);
     // Drops a reference. A count below 2 becomes 0 and both files of the cut are deleted
-    // (failures to delete are ignored). Numbers from 65535 up are ignored.
+    // (failures to delete are ignored). Numbers from 65535 up are ignored, and so is a cut
+    // whose count reached 65535: the references it lost count of are unknown, so counting
+    // down would delete it while lists still read it (a cut split 8000 times, times the
+    // eight undo steps that copy the list, gets there). Its files go at exit.
     void DecRef(uint32_t number);
     // The count of `number` (0 for silence and out-of-range numbers).
     uint16_t GetRefCount(uint32_t number) const;

@@ -24,8 +24,10 @@ pid_t PidInName(const std::string& name) {
     const size_t prefix = sizeof LCutFolder::kPrefix - 1;
     size_t i = prefix;
     long long pid = 0;
-    while (i < name.size() && name[i] >= '0' && name[i] <= '9' && pid < 100000000) {
+    while (i < name.size() && name[i] >= '0' && name[i] <= '9') {
         pid = pid * 10 + (name[i] - '0');
+        if (pid > 2147483647)
+            return 0;
         ++i;
     }
     if (i == prefix || i >= name.size() || name[i] != '-')
