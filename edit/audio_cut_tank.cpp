@@ -78,7 +78,7 @@ void LAudioCutTank::IncRef(uint32_t number) {
     if (number >= kCutNumbers)
         return;
     std::lock_guard<std::mutex> lock(mutex_);
-    if (refCount_[number] < 65535)
+    if (refCount_[number] < kMaxCount)
         ++refCount_[number];
 }
 
@@ -86,7 +86,7 @@ void LAudioCutTank::DecRef(uint32_t number) {
     if (number >= kCutNumbers)
         return;
     std::lock_guard<std::mutex> lock(mutex_);
-    if (refCount_[number] == 65535)
+    if (refCount_[number] == kMaxCount)
         return;
     if (refCount_[number] < 2) {
         DeleteFilesOf(number);

@@ -45,8 +45,11 @@ class LAudioCutTank {
   public:
     // Numbers 0 to 65534 can name cuts.
     static constexpr uint32_t kCutNumbers = 65535;
+    // The largest count; one that got there stays there.
+    static constexpr uint16_t kMaxCount = 65535;
 
-    // The process-wide tank. Its destruction at exit deletes every cut file of the folder.
+    // The process-wide tank. Its destruction at exit deletes every cut file it made and the
+    // folder OpenFolderIn made for it.
     static LAudioCutTank& Instance();
 
     // Makes a locked folder of this tank inside `parent` (created when missing) and works
@@ -135,7 +138,11 @@ std::string UserAppDataFolder();
 // when empty as `appDataFolder`/Quillon/Osmera/Current (each missing folder created) and
 // stored back; then "Settings"/"WorkingFolder" with that default is the result (created
 // when missing). A changed "WorkingFolder" therefore takes effect at the next start.
-// An empty `appDataFolder` stands for the system's temporary folder.
+// An empty `appDataFolder` stands for the system's temporary folder. The result is the
+// parent the tank is given at start-up:
+//
+//     LAudioCutTank::Instance().OpenFolderIn(ChooseWorkingFolder(settings, UserAppDataFolder()),
+//                                            &message);
 std::string ChooseWorkingFolder(LSettingsStore& settings, const std::string& appDataFolder);
 
 }  // namespace osmera
