@@ -1,11 +1,10 @@
 // osmera-cli run SCRIPT [--work-dir DIR] [--settings FILE]
 //
-// Runs a batch script of editing commands (script_runner.h). The cut tank works in a private
-// folder, a fresh temporary one unless --work-dir names one, so a script never touches the
-// cuts of a running editor; every cut file is removed when the script ends, whether it
-// finished, failed or was interrupted, and a temporary folder is removed with them.
-
-#include <stdlib.h>
+// Runs a batch script of editing commands (script_runner.h). The cut tank works in a locked
+// folder of its own inside the temporary folder, or inside --work-dir when given, so a script
+// never touches the cuts of a running editor or of another run, nor the user's files; the
+// folder and every cut file are removed when the script ends, whether it finished, failed or
+// was interrupted. What runs killed outright left there goes at the next start.
 
 #include <filesystem>
 #include <memory>
@@ -22,43 +21,32 @@
 namespace osmera::cli {
 namespace {
 
-// The tank's folder for one run; its cut files go when this goes (after every list that
-// names a cut), and the folder too when it was made for the run.
+// The tank's folder for one run: a locked folder of its own inside `workDir` (the
+// temporary folder when none is given), so that runs sharing a folder never touch each
+// other's cuts nor the user's files there. It goes, with every cut file of the run, when
+// this goes (after every list that names a cut), also after Ctrl+C or SIGTERM.
 class LRunFolder {
   public:
     explicit LRunFolder(const std::string& workDir) {
-        std::error_code ec;
-        if (!workDir.empty()) {
-            std::filesystem::create_directories(workDir, ec);
-            if (std::filesystem::is_directory(workDir, ec))
-                path_ = workDir;
-        } else {
-            std::string pattern =
-                (std::filesystem::temp_directory_path(ec) / "osmera-run-XXXXXX").string();
-            if (::mkdtemp(pattern.data())) {
-                path_ = pattern;
-                owned_ = true;
-            }
+        std::string parent = workDir;
+        if (parent.empty()) {
+            std::error_code ec;
+            parent = std::filesystem::temp_directory_path(ec).string();
+            if (parent.empty())
+                parent = "/tmp";
         }
-        if (!path_.empty())
-            LAudioCutTank::Instance().SetFolder(path_);
+        ready_ = LAudioCutTank::Instance().OpenFolderIn(parent, &message_);
     }
-    ~LRunFolder() {
-        if (path_.empty())
-            return;
-        LAudioCutTank::Instance().Reset();  // deletes every cut file of the folder
-        std::error_code ec;
-        if (owned_)
-            std::filesystem::remove_all(path_, ec);
-    }
+    ~LRunFolder() { LAudioCutTank::Instance().Reset(); }
     LRunFolder(const LRunFolder&) = delete;
     LRunFolder& operator=(const LRunFolder&) = delete;
 
-    bool IsReady() const { return !path_.empty(); }
+    bool IsReady() const { return ready_; }
+    const std::string& Message() const { return message_; }
 
   private:
-    std::string path_;
-    bool owned_ = false;
+    bool ready_ = false;
+    std::string message_;
 };
 
 }  // namespace
@@ -76,8 +64,7 @@ int RunScript(int argc, char** argv) {
     const std::string workDir = args.Value("work-dir").value_or("");
     LRunFolder folder(workDir);
     if (!folder.IsReady()) {
-        PrintError(workDir.empty() ? "cannot make a temporary working folder"
-                                   : "cannot use " + workDir + " as the working folder");
+        PrintError(folder.Message());
         return kExitFailed;
     }
     // Scripts never start playback: the cursor simply lands at the start of each change.

@@ -9,6 +9,7 @@
 
 #include "cli/script_commands.h"
 #include "core/sound_time.h"
+#include "edit/audio_cut_tank.h"
 #include "edit/document_io.h"
 
 namespace osmera::cli {
@@ -32,6 +33,8 @@ std::string EditMessage(LEditResult result) {
             return "the clipboard is empty (use cut or copy first)";
         case LEditResult::kChannelsDiffer:
             return "the clipboard and the document differ in channels";
+        case LEditResult::kTankFull:
+            return kCutTankFullMessage;
     }
     return "failed";
 }

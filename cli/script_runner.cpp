@@ -2,9 +2,11 @@
 
 #include <filesystem>
 #include <fstream>
+#include <set>
 
 #include "cli/args.h"
 #include "cli/script_words.h"
+#include "edit/audio_cut_tank.h"
 
 namespace osmera::cli {
 namespace {
@@ -14,6 +16,18 @@ struct ParsedLine {
     const LScriptCommand* command;
     LScriptArgs args;
 };
+
+// Commands that only rearrange audio already in cuts, or touch no audio: they still run when
+// the cut tank has no free number left, so that a script can save and close what it has.
+// Every other command (open, every effect, and whatever is added later) may write new cuts
+// and is refused before it starts when no number is free.
+bool MakesNoNewCut(const std::string& name) {
+    static const std::set<std::string> kRearranging = {
+        "new",        "select", "select-all", "cursor",     "cut",      "copy",    "paste",
+        "paste-over", "delete", "trim",       "trim-start", "trim-end", "silence", "insert-silence",
+        "undo",       "info",   "save",       "close",      "set",      "get"};
+    return kRearranging.count(name) != 0;
+}
 
 }  // namespace
 
@@ -63,6 +77,10 @@ int LScriptRunner::Run(const std::string& scriptPath) {
     for (const ParsedLine& line : lines) {
         if (context_.progress.IsCancelled())
             break;
+        if (!MakesNoNewCut(line.command->name) && !LAudioCutTank::Instance().HasFreeCuts()) {
+            Report(scriptPath, line.number, kCutTankFullMessage);
+            return kExitFailed;
+        }
         const std::string message = line.command->run(context_, line.args);
         if (context_.progress.IsCancelled())
             break;

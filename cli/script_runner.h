@@ -6,7 +6,9 @@
 // The whole script is read and every line checked against the command table first, so a
 // misspelt line stops the script before anything was done. Then the lines run in order
 // until one fails, or the user presses Ctrl+C (checked between lines and inside every
-// pump). A failing line is reported on stderr as "SCRIPT:LINE: message".
+// pump). A failing line is reported on stderr as "SCRIPT:LINE: message". A line that may
+// write new audio is refused before it starts when the cut tank has no free number left
+// (kCutTankFullMessage: save, close and reopen); edits, saving and closing still run.
 //
 // The runner uses whatever cut tank folder was set up by its caller; it does not clean it.
 

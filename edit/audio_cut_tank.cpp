@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
-#include <vector>
 
 #include "core/trace.h"
 
@@ -12,32 +11,65 @@ namespace osmera {
 
 namespace fs = std::filesystem;
 
+const char* const kCutTankFullMessage =
+    "Too many edits are held at once (at most 65535 pieces of audio). Save the file, which "
+    "writes it as one piece, then close it and open it again.";
+
 LAudioCutTank& LAudioCutTank::Instance() {
     static LAudioCutTank tank;
     return tank;
 }
 
 LAudioCutTank::~LAudioCutTank() {
-    DeleteAllCutFiles();
+    // Every cut file of ours goes, whatever is still referenced, and so does our folder.
+    std::lock_guard<std::mutex> lock(mutex_);
+    LeaveFolderLocked();
+}
+
+void LAudioCutTank::LeaveFolderLocked() {
+    DeleteAllCutFilesLocked();
+    taken_.reset();
+    ownFolder_.reset();
+    folder_.clear();
+}
+
+bool LAudioCutTank::OpenFolderIn(const std::string& parent, std::string* message) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    LeaveFolderLocked();
+    ownFolder_ = LCutFolder::Create(parent, message);
+    if (!ownFolder_)
+        return false;
+    folder_ = ownFolder_->Path() + '/';
+    return true;
 }
 
 void LAudioCutTank::SetFolder(const std::string& folder) {
     std::lock_guard<std::mutex> lock(mutex_);
+    LeaveFolderLocked();
     folder_ = folder;
     if (!folder_.empty() && folder_.back() != '/')
         folder_ += '/';
 }
 
-uint16_t LAudioCutTank::GetNewRefAndIncRef() {
+bool LAudioCutTank::TakeNewRef(uint16_t& number) {
     std::lock_guard<std::mutex> lock(mutex_);
     for (uint32_t n = firstMaybeFree_; n < kCutNumbers; ++n) {
         if (refCount_[n] == 0) {
             refCount_[n] = 1;
+            taken_.set(n);
             firstMaybeFree_ = n + 1;
-            return static_cast<uint16_t>(n);
+            number = static_cast<uint16_t>(n);
+            return true;
         }
     }
     firstMaybeFree_ = kCutNumbers;
+    return false;
+}
+
+uint16_t LAudioCutTank::GetNewRefAndIncRef() {
+    uint16_t n = 0;
+    if (TakeNewRef(n))
+        return n;
     LTrace("LAudioCutTank::GetNewRefAndIncRef tank full, reusing cut 0");
     return 0;
 }
@@ -46,7 +78,7 @@ void LAudioCutTank::IncRef(uint32_t number) {
     if (number >= kCutNumbers)
         return;
     std::lock_guard<std::mutex> lock(mutex_);
-    if (refCount_[number] < 65535)
+    if (refCount_[number] < kMaxCount)
         ++refCount_[number];
 }
 
@@ -54,6 +86,8 @@ void LAudioCutTank::DecRef(uint32_t number) {
     if (number >= kCutNumbers)
         return;
     std::lock_guard<std::mutex> lock(mutex_);
+    if (refCount_[number] == kMaxCount)
+        return;
     if (refCount_[number] < 2) {
         DeleteFilesOf(number);
         refCount_[number] = 0;
@@ -110,26 +144,19 @@ void LAudioCutTank::DeleteAllCutFiles() {
 void LAudioCutTank::DeleteAllCutFilesLocked() {
     if (folder_.empty())
         return;
-    std::error_code ec;
-    std::vector<fs::path> doomed;
-    for (fs::directory_iterator it(folder_, ec), end; !ec && it != end; it.increment(ec)) {
-        const fs::path& p = it->path();
-        const auto ext = p.extension();
-        if ((ext == ".aud" || ext == ".grf") && !it->is_directory(ec))
-            doomed.push_back(p);
+    // Only numbers this tank handed out: the folder may hold files of the user's that are
+    // named like cuts ("project.aud", or "3.aud" of some other program).
+    for (uint32_t n = 0; n < kCutNumbers; ++n) {
+        if (taken_.test(n))
+            DeleteFilesOf(n);
     }
-    if (ec)
-        LTracef("LAudioCutTank::DeleteAllCutFiles cannot list %s", folder_.c_str());
-    for (const auto& p : doomed)
-        fs::remove(p, ec);
 }
 
 void LAudioCutTank::Reset() {
     std::lock_guard<std::mutex> lock(mutex_);
-    DeleteAllCutFilesLocked();
+    LeaveFolderLocked();
     refCount_.fill(0);
     firstMaybeFree_ = 0;
-    folder_.clear();
 }
 
 std::string UserAppDataFolder() {

@@ -53,6 +53,8 @@ LEditResult LDocumentController::CmPasteFromSystemClipboard(LClipboardExchange& 
     std::vector<uint8_t> bytes;
     if (!exchange.GetWaveData(bytes))
         return LEditResult::kClipboardEmpty;
+    if (const LEditResult why = CheckFreeCuts(); why != LEditResult::kDone)
+        return why;
     const std::string path = ClipboardFilePath();
     {
         std::ofstream out(path, std::ios::binary | std::ios::trunc);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/trace.h"
+#include "edit/audio_cut_tank.h"
 #include "edit/document_io.h"
 
 namespace osmera {
@@ -23,6 +24,11 @@ LOMFile& LDocumentController::NewDocument(uint32_t sampleRate, uint8_t channels)
 
 int LDocumentController::OpenDocument(const std::string& path, LProgress* progress,
                                       std::string* message, std::string* warning) {
+    if (CheckFreeCuts() != LEditResult::kDone) {
+        if (message)
+            *message = kCutTankFullMessage;
+        return kJobFailed;
+    }
     auto doc = std::make_unique<LOMFile>();
     LLoadReport report;
     const int result = LoadAudioFile(path, doc->audio, progress, message, "Opening", &report);
@@ -99,6 +105,13 @@ uint32_t LDocumentController::GetUntitledIdx() const {
             return idx;
     }
     return 1;
+}
+
+LEditResult LDocumentController::CheckFreeCuts(uint32_t needed) const {
+    if (LAudioCutTank::Instance().HasFreeCuts(needed))
+        return LEditResult::kDone;
+    LTrace("LDocumentController::CheckFreeCuts tank full");
+    return LEditResult::kTankFull;
 }
 
 void LDocumentController::StartModifyCurrentFile(const std::string& undoName) {

@@ -67,6 +67,7 @@ enum class LEditResult {
     kNoSelection,     // the command needs a selection and the (clamped) one is empty
     kClipboardEmpty,  // nothing to paste
     kChannelsDiffer,  // the pasted audio is mono and the document stereo, or the reverse
+    kTankFull,        // too few free cut numbers for the new audio (kCutTankFullMessage)
 };
 
 class LDocumentController {
@@ -81,7 +82,7 @@ class LDocumentController {
     // Opens `path` into a new document that becomes current; the document remembers the
     // file's sample width for later saves. On anything but kJobDone (document_io.h) no
     // document is added and `message` says why (a file of more than two channels is
-    // refused). On kJobDone `warning` is "" when the file opened whole, else the lines to
+    // refused; kCutTankFullMessage when no cut number is free). On kJobDone `warning` is "" when the file opened whole, else the lines to
     // show the user: frames beyond what a document holds left out, or a file that ends
     // before its header says whose rest opened as silence.
     int OpenDocument(const std::string& path, LProgress* progress, std::string* message = nullptr,
@@ -102,6 +103,11 @@ class LDocumentController {
 
     // The lowest number from 1 to 19 no open document uses; 1 when all are in use.
     uint32_t GetUntitledIdx() const;
+
+    // kDone when `needed` cut numbers are free for a command that writes new audio (an
+    // effect, a recording, a load), else kTankFull: the command is then refused before it
+    // starts, with kCutTankFullMessage. Commands that only rearrange audio need no check.
+    LEditResult CheckFreeCuts(uint32_t needed = 1) const;
 
     // Records an undo step named `undoName` for the current document and marks it modified.
     void StartModifyCurrentFile(const std::string& undoName);
@@ -134,7 +140,8 @@ class LDocumentController {
     LEditResult CmCopyToSystemClipboard(LClipboardExchange& exchange, LProgress* progress);
     // Writes the clipboard's wave data to "clipboard.wav", loads it and pastes it at the
     // cursor as CmPaste does. kClipboardEmpty when the clipboard holds no wave audio or the
-    // file cannot be read (those errors are not reported further).
+    // file cannot be read (those errors are not reported further); kTankFull, with nothing
+    // changed, when no cut number is free.
     LEditResult CmPasteFromSystemClipboard(LClipboardExchange& exchange, LProgress* progress);
     // The path of "clipboard.wav" (the folder is chosen as the cut tank chooses it).
     std::string ClipboardFilePath();

@@ -5,21 +5,25 @@
 namespace osmera {
 
 LSNKCutListAudio::LSNKCutListAudio(LCutListAudio& target, int32_t sampleRate, uint8_t channels)
-    : LSoundSinkBase(sampleRate, channels),
-      target_(target),
-      cut_(LAudioCutTank::Instance().GetNewRefAndIncRef()) {
+    : LSoundSinkBase(sampleRate, channels), target_(target) {
     if (sampleRate < 1) {
         LTrace("LSNKCutListAudio::LSNKCutListAudio SampleRate <= 0");
         SetErrorBit();
     }
-    const LAudioCutTank& tank = LAudioCutTank::Instance();
+    LAudioCutTank& tank = LAudioCutTank::Instance();
+    // A full tank would hand out cut 0 again and this sink would overwrite audio in use.
+    if (!tank.TakeNewRef(cut_)) {
+        cut_ = SILENT_CUT;
+        NoteFailure("LSNKCutListAudio::LSNKCutListAudio tank full");
+        return;
+    }
     if (!writer_.Create(tank.GetAudFilePath(cut_), tank.GetGrfFilePath(cut_), this->channels)) {
         NoteFailure("LSNKCutListAudio::LSNKCutListAudio cannot create cut files");
     }
 }
 
 LSNKCutListAudio::~LSNKCutListAudio() {
-    if (!writer_.Close())
+    if (cut_ != SILENT_CUT && !writer_.Close())
         NoteFailure("LSNKCutListAudio::~LSNKCutListAudio graph not written");
     target_.Clear();
     target_.SetFormat(sampleRate < 1 ? 44100u : static_cast<uint32_t>(sampleRate), channels);

@@ -6,10 +6,11 @@
 // Callers that want to add audio fill a temporary list and paste it.
 //
 // Failures: a sink whose files could not be created reports IsError() from the start (the
-// pump then refuses it). A write that fails later (a full disk) sets the same error bit and
-// HasWriteFailed(): frames that did not reach the disk read back as silence. The result
-// still reaches the target, so a caller that must not pretend success checks before
-// releasing its reference:
+// pump then refuses it); so does one that found no free cut number (a full tank), which
+// writes nothing and leaves silence of the frames it was given. A write that fails later (a full
+// disk) sets the same error bit and HasWriteFailed(): frames that did not reach the disk read back
+// as silence. The result still reaches the target, so a caller that must not pretend success checks
+// before releasing its reference:
 //
 //     LCutListAudio loaded;
 //     auto sink = loaded.MakeSink(rate, channels);
@@ -40,6 +41,7 @@ class LSNKCutListAudio : public LSoundSinkBase {
     // files there; a position after the current one is ignored.
     void Seek(int32_t position) override;
 
+    // SILENT_CUT when the tank was full.
     uint16_t GetCutNumber() const { return cut_; }
     // True once some frames or graph records could not be written.
     bool HasWriteFailed() const { return writer_.HasFailed(); }
@@ -48,7 +50,7 @@ class LSNKCutListAudio : public LSoundSinkBase {
     void NoteFailure(const char* words);
 
     LCutListAudio& target_;
-    uint16_t cut_;
+    uint16_t cut_ = SILENT_CUT;
     LAudioCutWriter writer_;
     bool traced_ = false;
 };

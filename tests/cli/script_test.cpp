@@ -209,5 +209,65 @@ TEST_F(ScriptTest, TheTemporaryWorkingFolderGoesWithItsCuts) {
     EXPECT_EQ(out.size(), 2 * ReadFrames(dir.File("in dir/tone in.wav")).size());
 }
 
+TEST_F(ScriptTest, RunsSharingAWorkDirKeepTheirCutsAndTheUsersFiles) {
+    std::ofstream(dir.File("work/project.aud")) << "mine";
+    std::ofstream(dir.File("work/0.aud")) << "mine too";
+    {
+        auto sink = LWaveFile::CreateSink(dir.File("in dir/other.wav"), 8000, 0, 2, 2);
+        LPRSourceToSink(MakeRef<LSRCTone>(8000, 2, 6000, 1000.0, 200000), sink).Process();
+    }
+    // Two runs at once number their cuts from 0; reversing twice gives the input back.
+    for (const char* name : {"a", "b"}) {
+        std::string script = std::string("open \"in dir/") +
+                             (name[0] == 'a' ? "tone in" : "other") + ".wav\"\nselect-all\n";
+        for (int i = 0; i < 20; ++i)
+            script += "reverse\n";
+        std::ofstream(dir.File(std::string(name) + ".txt"))
+            << script << "save " << name << ".wav\n";
+    }
+    const std::string work = " --work-dir '" + dir.File("work") + "'";
+    const testing::CliResult r =
+        testing::RunShell("(" + std::string(OSMERA_CLI) + " run '" + dir.File("a.txt") + "'" +
+                          work + " & " + OSMERA_CLI + " run '" + dir.File("b.txt") + "'" + work +
+                          "; b=$?; wait $!; echo \"a=$? b=$b\") 2>&1");
+    ASSERT_NE(r.out.find("a=0 b=0"), std::string::npos) << r.out;
+    EXPECT_EQ(ReadFrames(dir.File("a.wav")), ReadFrames(dir.File("in dir/tone in.wav")));
+    EXPECT_EQ(ReadFrames(dir.File("b.wav")), ReadFrames(dir.File("in dir/other.wav")));
+    // The user's files are as they were, and nothing of the runs is left.
+    std::string text;
+    std::getline(std::ifstream(dir.File("work/project.aud")), text);
+    EXPECT_EQ(text, "mine");
+    std::getline(std::ifstream(dir.File("work/0.aud")), text);
+    EXPECT_EQ(text, "mine too");
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir.Path() / "work"), {}), 2);
+}
+
+TEST_F(ScriptTest, AKilledRunsFolderIsCleanedByTheNextRun) {
+    std::string script = "open \"in dir/tone in.wav\"\nselect-all\n";
+    for (int i = 0; i < 3000; ++i)
+        script += "reverse\n";
+    Write(script);
+    // Killed outright once its first cuts are written (at most 10 s of waiting).
+    const std::string tmp = dir.File("tmp");
+    const testing::CliResult killed = testing::RunShell(
+        "TMPDIR='" + tmp + "' " + OSMERA_CLI + " run '" + dir.File("s.txt") + "' & p=$!; " +
+        "for i in $(seq 500); do ls '" + tmp + "'/osmera-run-*/*.aud >/dev/null 2>&1 && break; " +
+        "sleep 0.02; done; kill -9 $p; wait $p; echo killed");
+    ASSERT_NE(killed.out.find("killed"), std::string::npos);
+    ASSERT_GT(CutFiles(dir.Path() / "tmp"), 0u);
+
+    Write("open \"in dir/tone in.wav\"\nselect-all\nreverse\n");
+    EXPECT_EQ(RunCli("TMPDIR='" + tmp + "'", "run '" + dir.File("s.txt") + "'").code, 0);
+    EXPECT_TRUE(fs::is_empty(dir.Path() / "tmp"));
+}
+
+TEST_F(ScriptTest, AudioThatManyEntriesShareSurvivesTheirRelease) {
+    // 70000 entries on the loaded cut, gone again with the undo: the file still reads.
+    Write("open \"in dir/tone in.wav\"\nselect 0f 1f\nrepeat 70000\nundo\nsave out.wav\n");
+    const testing::CliResult r = Go();
+    ASSERT_EQ(r.code, 0) << r.out;
+    EXPECT_EQ(ReadFrames(dir.File("out.wav")), ReadFrames(dir.File("in dir/tone in.wav")));
+}
+
 }  // namespace
 }  // namespace osmera

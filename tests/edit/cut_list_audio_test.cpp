@@ -117,6 +117,22 @@ TEST_F(CutListTest, SplitsShareTheCutAndCountReferences) {
     EXPECT_EQ(CutFilesInFolder(), 0u);
 }
 
+TEST_F(CutListTest, ACutNamedMoreOftenThanItsCountHoldsIsNeverDeleted) {
+    // 70000 entries on one cut saturate its count; dropping them again must not delete the
+    // cut that the first entry still plays (the same happens after some 8000 effects on
+    // short ranges of one file, whose eight undo steps each copy the whole list).
+    LCutListAudio list = Written(Ramp(10, 1), 1);
+    const uint16_t cut = list.GetEntries()[0].ref;
+    list.EfRepeat(0, 1, 70000);
+    EXPECT_EQ(list.GetLength(), 70010);
+    EXPECT_EQ(Tank().GetRefCount(cut), 65535);
+    list.EfDelete(1, 70001);
+    EXPECT_EQ(ReadAll(list), Ramp(10, 1));
+    list.Clear();
+    Tank().Reset();  // the saturated cut stays until the tank's folder is left
+    Tank().SetFolder(dir_.Path().string());
+}
+
 TEST_F(CutListTest, AmplifyScalesTheGainsOfTheRangeOnly) {
     LCutListAudio list = Written(Ramp(50, 1), 1);
     list.EfAmplify(10, 20, 200);
