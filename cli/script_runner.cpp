@@ -63,7 +63,7 @@ int LScriptRunner::Run(const std::string& scriptPath) {
     for (const ParsedLine& line : lines) {
         if (context_.progress.IsCancelled())
             break;
-        const std::string message = line.command->run(context_, line.args);
+        const std::string message = RunScriptCommand(*line.command, context_, line.args);
         if (context_.progress.IsCancelled())
             break;
         if (!message.empty()) {
