@@ -147,16 +147,27 @@ void LIniSettingsStore::Load() {
         problem_ = "cannot read " + path_;
 }
 
+std::string LIniSettingsStore::TextLocked() const {
+    std::string text;
+    for (const auto& [section, keys] : sections_) {
+        text += '[' + Escape(section, false) + "]\n";
+        for (const auto& [key, value] : keys)
+            text += Escape(key, true) + '=' + Escape(value, false) + '\n';
+        text += '\n';
+    }
+    return text;
+}
+
+std::string LIniSettingsStore::Text() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return TextLocked();
+}
+
 void LIniSettingsStore::Save() {
     LSafeReplace replace(path_);
     {
-        std::ofstream out(replace.TempPath(), std::ios::trunc);
-        for (const auto& [section, keys] : sections_) {
-            out << '[' << Escape(section, false) << "]\n";
-            for (const auto& [key, value] : keys)
-                out << Escape(key, true) << '=' << Escape(value, false) << '\n';
-            out << '\n';
-        }
+        std::ofstream out(replace.TempPath(), std::ios::trunc | std::ios::binary);
+        out << TextLocked();
         out.flush();
         if (!out) {
             LTracef("LIniSettingsStore::Save cannot write %s", replace.TempPath().c_str());

@@ -39,10 +39,13 @@ class LIniSettingsStore : public LSettingsStore {
     std::string Problem() const;
     // Every value, by section and key (for checks of what the file held).
     std::map<std::string, std::map<std::string, std::string>> Values() const;
+    // The file's text for the values now held.
+    std::string Text() const;
 
   private:
     void Load();
-    void Save();
+    void Save();  // with the lock held
+    std::string TextLocked() const;
 
     std::string path_;
     LMemorySettingsStore values_;

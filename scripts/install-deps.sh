@@ -8,6 +8,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   qt6-base-dev libsndfile1-dev portaudio19-dev
   sox time
+  clang libclang-rt-dev
 )
 
 missing=()
