@@ -1,12 +1,12 @@
 # Two commands do everything on a fresh Debian machine:
 #   make run    install what is missing, build, start the program
-#   make test   install what is missing, build, run every test (plain and sanitized)
+#   make test   install what is missing, build, run every test (plain, sanitized, fuzzed)
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
 JOBS       ?= $(shell nproc)
 CMAKE_GEN  := -G Ninja
 
-.PHONY: run test deps build test-plain test-asan test-tsan bench format clean
+.PHONY: run test deps build test-plain test-asan test-tsan test-fuzz bench format clean
 
 deps:
 	@scripts/install-deps.sh
@@ -21,7 +21,7 @@ run: build
 	$(BUILD)/cli/osmera-cli --help
 
 # The plain suite runs last so that its summary closes the output.
-test: test-tsan test-asan test-plain
+test: test-tsan test-asan test-fuzz test-plain
 
 test-plain: build
 	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
@@ -42,6 +42,18 @@ test-tsan: deps
 	set -e; for t in $(TSAN_TESTS); do \
 	  if [ -x build-tsan/tests/$$t ]; then build-tsan/tests/$$t --gtest_brief=1; fi; done
 
+# The readers of outside input (audio files, scripts, settings files) under libFuzzer with
+# AddressSanitizer and UBSan, FUZZ_SECONDS each from their seed corpus (fuzz/run.sh).
+FUZZ_BUILD   ?= build-fuzz
+FUZZ_SECONDS ?= 20
+FUZZ_TARGETS := $(basename $(notdir $(wildcard fuzz/*_fuzz.cpp)))
+test-fuzz: deps
+	cmake -S . -B $(FUZZ_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DCMAKE_CXX_COMPILER=clang++ -DOSMERA_FUZZ=ON \
+	  -DOSMERA_SANITIZE=address,undefined,fuzzer-no-link -DOSMERA_WITH_QT=OFF -DOSMERA_BUILD_BENCH=OFF
+	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target $(FUZZ_TARGETS)
+	fuzz/run.sh $(FUZZ_BUILD) $(FUZZ_SECONDS)
+
 bench: build
 	bench/compare.sh
 
@@ -49,4 +61,4 @@ format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) build-tsan
+	rm -rf $(BUILD) $(ASAN_BUILD) build-tsan $(FUZZ_BUILD)

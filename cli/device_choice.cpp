@@ -26,7 +26,7 @@ LDeviceChoice ParseDeviceChoice(const std::string& value, bool allowFile) {
     unsigned long n = 0;
     auto [end, ec] = std::from_chars(value.data(), value.data() + value.size(), n);
     if (ec != std::errc() || end != value.data() + value.size() || n > 1000000)
-        c.error = "--device must be a device number (see osmera-cli devices)" +
+        c.error = "--device must be a device number from 0 to 1000000 (see osmera-cli devices)" +
                   std::string(allowFile ? " or file:PATH" : "") + ", not '" + value + "'";
     else
         c.number = static_cast<uint32_t>(n);

@@ -6,6 +6,12 @@
 // stops half-way keeps what it set. A missing file is an empty store; it is created by the
 // first change. Values are text; integers are read the way LMemorySettingsStore reads them.
 //
+// Every name and value reads back exactly as it was set: a backslash escapes what the
+// file's syntax would otherwise take ("\\" a backslash, "\=" an equals sign, "\n" and
+// "\r" line ends, "\s" and "\t" a blank or tab at either end, "\;" "\#" "\[" at the
+// start of a key). A backslash before any other character is kept as it stands, so a
+// hand-written "C:\dir" stays as it is.
+//
 // Any thread (one lock around the values and the file).
 
 #include <map>
@@ -27,18 +33,25 @@ class LIniSettingsStore : public LSettingsStore {
     void SetText(const std::string& section, const std::string& key,
                  const std::string& value) override;
 
-    // False when the file exists but could not be read, or the last write failed.
-    bool IsGood() const { return good_; }
+    // False when the file could not be read, or the last write failed; Problem() then
+    // says why ("... is a folder", "cannot write ...").
+    bool IsGood() const;
+    std::string Problem() const;
+    // Every value, by section and key (for checks of what the file held).
+    std::map<std::string, std::map<std::string, std::string>> Values() const;
+    // The file's text for the values now held.
+    std::string Text() const;
 
   private:
     void Load();
-    void Save();
+    void Save();  // with the lock held
+    std::string TextLocked() const;
 
     std::string path_;
     LMemorySettingsStore values_;
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
     std::map<std::string, std::map<std::string, std::string>> sections_;
-    bool good_ = true;
+    std::string problem_;
 };
 
 }  // namespace osmera::cli

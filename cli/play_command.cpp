@@ -5,12 +5,13 @@
 // time. --device file:OUT.wav writes what would be heard to OUT.wav instead; --fast runs
 // that file device as fast as possible.
 
-#include <algorithm>
+#include <optional>
 #include <string>
 
 #include "cli/args.h"
 #include "cli/commands.h"
 #include "cli/device_choice.h"
+#include "cli/script_words.h"
 #include "cli/terminal_progress.h"
 #include "core/sound_time.h"
 #include "devices/dispatcher.h"
@@ -64,9 +65,15 @@ int RunPlay(int argc, char** argv) {
     const int32_t rate = source->GetSampleRate();
     const int32_t length = source->GetLengthSample();
     if (auto from = args.Value("from")) {
-        LSoundTime t;
-        t.SetMilliseconds(LSoundTime::ParseTime(*from), rate);
-        source->Seek(std::clamp(t.GetSamples(), 0, length));
+        const std::optional<int32_t> at =
+            IsTimeWord(*from) ? TimeWordToFrames(*from, rate) : std::nullopt;
+        if (!at || *at < 0 || *at > length) {
+            PrintError("--from must be a time from 0:00:00.000 to " +
+                       LSoundTime::FormatMilliseconds(LSoundTime(length, rate).GetMilliseconds()) +
+                       " (the length of " + in + "), not '" + *from + "'");
+            return kExitUsage;
+        }
+        source->Seek(*at);
     }
 
     LQueueDispatcher dispatcher;

@@ -100,6 +100,12 @@ int RunRecord(int argc, char** argv) {
         rate = 44100;
     if (channels == 0)
         channels = 2;
+    // A take is at most 2147483647 frames long.
+    if (seconds > 0 && seconds * rate > INT32_MAX) {
+        PrintError("--seconds must be from 1 to " + std::to_string(INT32_MAX / rate) + " at " +
+                   std::to_string(rate) + " Hz, not " + std::to_string(seconds));
+        return kExitUsage;
+    }
 
     LSafeReplace replace(out);
     auto sink = LWaveFile::CreateSink(replace.TempPath(), static_cast<int32_t>(rate), 0, 2,

@@ -61,6 +61,12 @@ int RunScript(int argc, char** argv) {
         PrintError(args.Error());
         return kExitUsage;
     }
+    const std::string& script = args.Positional()[0];
+    std::error_code ec;
+    if (std::filesystem::is_directory(script, ec)) {
+        PrintError("cannot read the script " + script + ": it is a folder");
+        return kExitFailed;
+    }
     const std::string workDir = args.Value("work-dir").value_or("");
     LRunFolder folder(workDir);
     if (!folder.IsReady()) {
@@ -72,8 +78,10 @@ int RunScript(int argc, char** argv) {
     std::unique_ptr<LIniSettingsStore> fileSettings;
     if (const auto file = args.Value("settings")) {
         fileSettings = std::make_unique<LIniSettingsStore>(*file);
+        if (fileSettings->IsGood())  // the first write shows whether the file can be saved
+            fileSettings->SetInt("Settings", "AutoPlaybackAfterEffects", 0);
         if (!fileSettings->IsGood()) {
-            PrintError("cannot read the settings file " + *file);
+            PrintError("cannot use the settings file " + *file + ": " + fileSettings->Problem());
             return kExitFailed;
         }
     }
@@ -87,10 +95,16 @@ int RunScript(int argc, char** argv) {
         LDocumentController controller(settings);
         const LScriptCommandTable table = MakeScriptCommandTable();
         LScriptRunner runner(table, controller, progress);
-        code = runner.Run(args.Positional()[0]);
+        code = runner.Run(script);
     }  // documents, undo steps and the clipboard release their cuts here
     SetScriptSettings(nullptr);
     progress.Done();
+    if (fileSettings && !fileSettings->IsGood()) {
+        PrintError("the settings were not saved to " + *args.Value("settings") + ": " +
+                   fileSettings->Problem());
+        if (code == kExitOk)
+            code = kExitFailed;
+    }
     return code;
 }
 

@@ -17,11 +17,17 @@ LScriptArgs::LScriptArgs(std::vector<std::string> positional,
       baseFolder_(std::move(baseFolder)) {}
 
 int32_t LScriptArgs::Frames(size_t i, int32_t sampleRate) const {
-    return TimeWordToFrames(positional_[i], sampleRate);
+    return TimeWordToFrames(positional_[i], sampleRate).value_or(0);
 }
 
 int64_t LScriptArgs::Int(size_t i) const {
-    return ParseWholeNumber(positional_[i], INT64_MIN / 2, INT64_MAX / 2).value_or(0);
+    return ParseWholeNumber(positional_[i], INT32_MIN, INT32_MAX).value_or(0);
+}
+
+int64_t LScriptArgs::WideInt(size_t i) const {
+    const std::string& w = positional_[i];
+    const int64_t extreme = !w.empty() && w.front() == '-' ? INT64_MIN / 2 : INT64_MAX / 2;
+    return ParseWholeNumber(w, INT64_MIN / 2, INT64_MAX / 2).value_or(extreme);
 }
 
 std::string LScriptArgs::Path(size_t i) const {
@@ -38,6 +44,28 @@ const LScriptCommand* LScriptCommandTable::Find(const std::string& name) const {
     const auto it = commands_.find(name);
     return it == commands_.end() ? nullptr : &it->second;
 }
+
+namespace {
+
+// "" when `w` fits an argument of kind `kind`, else why not.
+std::string CheckWord(LScriptArg kind, const std::string& w) {
+    switch (kind) {
+        case LScriptArg::kTime:
+            if (!IsTimeWord(w))
+                return "'" + w +
+                       "' is not a valid time (h:mm:ss.hh, seconds or frames with a trailing f)";
+            return TimeWordRangeError(w);
+        case LScriptArg::kInt:
+            return IsWholeNumberText(w) ? "" : "'" + w + "' is not a valid whole number";
+        case LScriptArg::kPath:
+            return w.empty() ? "'' is not a valid path" : "";
+        case LScriptArg::kWord:
+            return {};
+    }
+    return {};
+}
+
+}  // namespace
 
 bool ParseScriptArgs(const LScriptCommand& command, const std::vector<std::string>& words,
                      const std::filesystem::path& baseFolder, LScriptArgs& args,
@@ -67,38 +95,41 @@ bool ParseScriptArgs(const LScriptCommand& command, const std::vector<std::strin
         return false;
     }
     for (size_t i = 0; i < positional.size(); ++i) {
-        const std::string& w = positional[i];
-        bool fits = true;
-        switch (command.args[i]) {
-            case LScriptArg::kTime:
-                fits = IsTimeWord(w);
-                break;
-            case LScriptArg::kInt:
-                fits = ParseWholeNumber(w, INT64_MIN / 2, INT64_MAX / 2).has_value();
-                break;
-            case LScriptArg::kPath:
-                fits = !w.empty();
-                break;
-            case LScriptArg::kWord:
-                break;
-        }
-        if (!fits) {
-            error = "'" + w + "' is not a valid " +
-                    (command.args[i] == LScriptArg::kTime  ? "time (h:mm:ss.hh, seconds or frames "
-                                                             "with a trailing f)"
-                     : command.args[i] == LScriptArg::kInt ? "whole number"
-                                                           : "path") +
-                    " (usage: " + command.usage + ")";
+        error = CheckWord(command.args[i], positional[i]);
+        if (!error.empty()) {
+            error += " (usage: " + command.usage + ")";
             return false;
         }
     }
     args = LScriptArgs(std::move(positional), std::move(options), baseFolder);
+    // The command's own check first, so that it can name its own range.
     if (command.check) {
         error = command.check(args);
         if (!error.empty())
             return false;
     }
+    for (size_t i = 0; i < args.Count(); ++i) {
+        if (command.args[i] == LScriptArg::kInt &&
+            !ParseWholeNumber(args.Word(i), INT32_MIN, INT32_MAX)) {
+            error = "'" + args.Word(i) +
+                    "' is out of range: whole numbers run from -2147483648 to 2147483647 (usage: " +
+                    command.usage + ")";
+            return false;
+        }
+    }
     return true;
+}
+
+std::string RunScriptCommand(const LScriptCommand& command, LScriptContext& ctx,
+                             const LScriptArgs& args) {
+    if (const LOMFile* doc = ctx.Document()) {
+        const auto rate = static_cast<int32_t>(doc->audio.GetSampleRate());
+        for (size_t i = 0; i < args.Count() && i < command.args.size(); ++i) {
+            if (command.args[i] == LScriptArg::kTime && !TimeWordToFrames(args.Word(i), rate))
+                return TimeBeyondRateMessage(args.Word(i), rate);
+        }
+    }
+    return command.run(ctx, args);
 }
 
 LScriptCommandTable MakeScriptCommandTable() {

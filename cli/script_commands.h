@@ -15,7 +15,9 @@
 // and one line in MakeScriptCommandTable (script_commands.cpp) calls it.
 //
 // Every word of every line is checked against the command's argument kinds before the first
-// line runs, so a misspelt line never leaves half a job done. A handler returns "" when it
+// line runs, so a misspelt line never leaves half a job done: time words within the
+// 32-bit range of milliseconds and frames, whole numbers within 32 bits, and what the
+// command's own check demands. A handler returns "" when it
 // did its work, else the sentence that the runner prints as "SCRIPT:LINE: sentence" before
 // it stops the script. Handlers that pump audio pass ctx.progress to the job so that Ctrl+C
 // stops it; the runner notices the cancel itself.
@@ -38,7 +40,7 @@ extern const char* const kNoDocumentMessage;
 // What the words of a command must be.
 enum class LScriptArg {
     kTime,  // position or length: time text or frames with a trailing 'f' (script_words.h)
-    kInt,   // whole number
+    kInt,   // whole number within 32 bits
     kPath,  // file path, relative to the script's folder unless absolute
     kWord,  // anything
 };
@@ -51,10 +53,14 @@ class LScriptArgs {
 
     size_t Count() const { return positional_.size(); }
     const std::string& Word(size_t i) const { return positional_[i]; }
-    // A kTime word as frames at `sampleRate`.
+    // A kTime word as frames at `sampleRate` (RunScriptCommand has made sure they fit the
+    // current document's rate).
     int32_t Frames(size_t i, int32_t sampleRate) const;
-    // A kInt word (checked before the script runs).
+    // A kInt word: checked to lie within 32 bits before the script runs (0 for a word that
+    // does not, which only a command's own check can see).
     int64_t Int(size_t i) const;
+    // A kInt word as written, at +-2^62 when beyond that: for checks that name a range.
+    int64_t WideInt(size_t i) const;
     // A kPath word resolved against the script's folder.
     std::string Path(size_t i) const;
     bool HasOption(const std::string& name) const { return options_.count(name) != 0; }
@@ -77,6 +83,7 @@ struct LScriptContext {
 
 using LScriptHandler = std::string (*)(LScriptContext& ctx, const LScriptArgs& args);
 // Further checks of a line's words before the script runs ("" when fine); may be null.
+// Runs before kInt words are held to 32 bits, so it can refuse with its own range.
 using LScriptCheck = std::string (*)(const LScriptArgs& args);
 
 struct LScriptCommand {
@@ -103,6 +110,12 @@ class LScriptCommandTable {
 // open, new, select, select-all, cursor, cut, copy, paste, paste-over, delete, trim,
 // trim-start, trim-end, silence, insert-silence, repeat, amplify, undo, info, save, close.
 void RegisterEditScriptCommands(LScriptCommandTable& table);
+
+// Runs one line's command: first refuses a time word whose frames lie beyond the 32-bit
+// range at the current document's rate (a time in seconds means a number of frames only
+// once the rate is known), then calls the handler. The result is the handler's.
+std::string RunScriptCommand(const LScriptCommand& command, LScriptContext& ctx,
+                             const LScriptArgs& args);
 
 // The table of every command scripts know.
 LScriptCommandTable MakeScriptCommandTable();

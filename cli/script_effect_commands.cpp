@@ -15,6 +15,68 @@ using Args = const LScriptArgs&;
 
 LSettingsStore* g_settings = nullptr;
 
+// The allowed values of the number words of the effect commands, which are also the
+// values `set` accepts for the parameter they fill. Where the effect table has a rule for
+// the parameter, the range is the rule's and its message is kept.
+struct LNumberWord {
+    LEffectId id;
+    size_t param;      // index into the effect's parameters
+    const char* name;  // the word's name in the command's usage
+    int32_t min;
+    int32_t max;
+};
+
+constexpr LNumberWord kNumberWords[] = {
+    {LEffectId::kAmplify, 0, "PERCENT", 0, 400},
+    {LEffectId::kNormalize, 0, "PERCENT", 0, 100},
+    {LEffectId::kAutoTrim, 0, "DB", -127, 0},
+    {LEffectId::kRepeatLoop, 0, "N", 1, 100000},
+    {LEffectId::kAutoClickPop, 0, "SENSITIVITY", 0, 100},
+    {LEffectId::kAutoClickPop, 1, "MAXLEN_US", 1, 100000},
+};
+
+const LNumberWord* FindNumberWord(LEffectId id, size_t param) {
+    for (const LNumberWord& w : kNumberWords) {
+        if (w.id == id && w.param == param)
+            return &w;
+    }
+    return nullptr;
+}
+
+// "" when `value` is allowed for the word, else the refusal with the allowed range.
+std::string CheckNumber(const LNumberWord& word, int64_t value) {
+    if (value >= word.min && value <= word.max)
+        return {};
+    const std::string range = std::to_string(word.min) + " to " + std::to_string(word.max);
+    if (std::string(word.name) == "PERCENT" && value < 0)
+        return "a percentage cannot be negative: PERCENT is " + range;
+    for (const LEffectRule& rule : GetEffectInfo(word.id).rules) {
+        if (rule.param == word.param)
+            return std::string(rule.message) + " (" + word.name + " is " + range + ")";
+    }
+    return std::string(word.name) + " must be " + range + ", not " + std::to_string(value);
+}
+
+// The number words of effect `Id`, each within its range.
+template <LEffectId Id>
+std::string CheckNumbers(const LScriptArgs& args) {
+    for (size_t i = 0; i < args.Count(); ++i) {
+        if (const LNumberWord* word = FindNumberWord(Id, i)) {
+            const std::string refused = CheckNumber(*word, args.WideInt(i));
+            if (!refused.empty())
+                return refused;
+        }
+    }
+    return {};
+}
+
+// A length of silence is a time at or after 0.
+std::string CheckSilenceLength(const LScriptArgs& args) {
+    if (!args.Word(0).empty() && args.Word(0).front() == '-')
+        return "the length of silence cannot be negative";
+    return {};
+}
+
 // What a driver result means for the script: "" when the effect was applied.
 std::string Outcome(const LEffectInfo& info, const LEffectResult& r) {
     switch (r.status) {
@@ -106,21 +168,22 @@ std::string Envelope(LScriptContext& ctx, Args args) {
     return RunDriver(ctx, LEffectId::kEnvelope, {}, &driver);
 }
 
-// A value of a table parameter that every effect using it accepts, or the table's message.
+// A value of a table parameter that every effect using it accepts, or the refusal.
 std::string CheckSetting(const std::string& section, const std::string& key, int64_t value) {
     for (const LEffectInfo& info : EffectTable()) {
         for (size_t i = 0; i < info.params.size(); ++i) {
             if (section != info.params[i].section || key != info.params[i].key)
                 continue;
+            if (const LNumberWord* word = FindNumberWord(info.id, i)) {
+                const std::string refused = CheckNumber(*word, value);
+                if (!refused.empty())
+                    return refused;
+            }
             if (value < INT32_MIN || value > INT32_MAX)
-                return "the value does not fit 32 bits";
-            std::vector<int32_t> values;
-            for (const LEffectParam& p : info.params)
-                values.push_back(p.def);
-            values[i] = static_cast<int32_t>(value);
+                return key + " must be from -2147483648 to 2147483647";
             // Only this parameter's own rules count here.
             for (const LEffectRule& rule : info.rules) {
-                if (rule.param == i && (values[i] < rule.min || values[i] > rule.max))
+                if (rule.param == i && (value < rule.min || value > rule.max))
                     return rule.message;
             }
         }
@@ -128,16 +191,17 @@ std::string CheckSetting(const std::string& section, const std::string& key, int
     return {};
 }
 
-std::string Set(LScriptContext&, Args args) {
-    const std::string& section = args.Word(0);
-    const std::string& key = args.Word(1);
+// A number for a remembered effect parameter must be one its effect accepts; anything
+// else is kept as text.
+std::string CheckSet(Args args) {
     const std::string& value = args.Word(2);
-    if (const auto number = ParseWholeNumber(value, INT64_MIN / 2, INT64_MAX / 2)) {
-        const std::string refused = CheckSetting(section, key, *number);
-        if (!refused.empty())
-            return refused;
-    }
-    ScriptSettings().SetText(section, key, value);
+    if (!IsWholeNumberText(value))
+        return {};
+    return CheckSetting(args.Word(0), args.Word(1), args.WideInt(2));
+}
+
+std::string Set(LScriptContext&, Args args) {
+    ScriptSettings().SetText(args.Word(0), args.Word(1), args.Word(2));
     return {};
 }
 
@@ -167,8 +231,20 @@ LSettingsStore& ScriptSettings() {
 
 void RegisterEffectScriptCommands(LScriptCommandTable& table) {
     using Id = LEffectId;
-    table.Add({"amplify", "amplify PERCENT", {A::kInt}, 1, {}, Effect<Id::kAmplify>});
-    table.Add({"normalize", "normalize PERCENT", {A::kInt}, 1, {}, Effect<Id::kNormalize>});
+    table.Add({"amplify",
+               "amplify PERCENT",
+               {A::kInt},
+               1,
+               {},
+               Effect<Id::kAmplify>,
+               CheckNumbers<Id::kAmplify>});
+    table.Add({"normalize",
+               "normalize PERCENT",
+               {A::kInt},
+               1,
+               {},
+               Effect<Id::kNormalize>,
+               CheckNumbers<Id::kNormalize>});
     table.Add({"fade-in", "fade-in", {}, 0, {}, Effect<Id::kFadeIn>});
     table.Add({"fade-out", "fade-out", {}, 0, {}, Effect<Id::kFadeOut>});
     table.Add({"fade-out-trim", "fade-out-trim", {}, 0, {}, Effect<Id::kFadeOutAndTrim>});
@@ -180,36 +256,41 @@ void RegisterEffectScriptCommands(LScriptCommandTable& table) {
                Envelope,
                CheckEnvelope});
     table.Add({"dc-offset", "dc-offset", {}, 0, {}, Effect<Id::kDcOffset>});
-    table.Add({"auto-trim", "auto-trim [DB]", {A::kInt}, 0, {}, Effect<Id::kAutoTrim>});
+    table.Add({"auto-trim",
+               "auto-trim [DB]",
+               {A::kInt},
+               0,
+               {},
+               Effect<Id::kAutoTrim>,
+               CheckNumbers<Id::kAutoTrim>});
     table.Add({"insert-silence-start",
                "insert-silence-start LENGTH",
                {A::kTime},
                1,
                {},
-               Silence<Id::kInsertSilenceStart>});
+               Silence<Id::kInsertSilenceStart>,
+               CheckSilenceLength});
     table.Add({"insert-silence-current",
                "insert-silence-current LENGTH",
                {A::kTime},
                1,
                {},
-               Silence<Id::kInsertSilenceCurrent>});
+               Silence<Id::kInsertSilenceCurrent>,
+               CheckSilenceLength});
     table.Add({"insert-silence-end",
                "insert-silence-end LENGTH",
                {A::kTime},
                1,
                {},
-               Silence<Id::kInsertSilenceEnd>});
+               Silence<Id::kInsertSilenceEnd>,
+               CheckSilenceLength});
     table.Add({"repeat",
                "repeat N",
                {A::kInt},
                1,
                {},
                Effect<Id::kRepeatLoop>,
-               [](Args args) -> std::string {
-                   if (args.Int(0) < 1 || args.Int(0) > 100000)
-                       return "N must be 1 to 100000";
-                   return {};
-               }});
+               CheckNumbers<Id::kRepeatLoop>});
     table.Add({"reverse", "reverse", {}, 0, {}, Effect<Id::kReverse>});
     table.Add({"click-repair",
                "click-repair [SENSITIVITY MAXLEN_US]",
@@ -220,11 +301,12 @@ void RegisterEffectScriptCommands(LScriptCommandTable& table) {
                [](Args args) -> std::string {
                    if (args.Count() == 1)
                        return "give both SENSITIVITY and MAXLEN_US, or neither";
-                   return {};
+                   return CheckNumbers<Id::kAutoClickPop>(args);
                }});
     table.Add(
         {"click-repair-manual", "click-repair-manual", {}, 0, {}, Effect<Id::kManualClickPop>});
-    table.Add({"set", "set SECTION KEY VALUE", {A::kWord, A::kWord, A::kWord}, 3, {}, Set});
+    table.Add(
+        {"set", "set SECTION KEY VALUE", {A::kWord, A::kWord, A::kWord}, 3, {}, Set, CheckSet});
     table.Add({"get", "get SECTION KEY", {A::kWord, A::kWord}, 2, {}, Get});
 }
 

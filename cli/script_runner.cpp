@@ -81,7 +81,7 @@ int LScriptRunner::Run(const std::string& scriptPath) {
             Report(scriptPath, line.number, kCutTankFullMessage);
             return kExitFailed;
         }
-        const std::string message = line.command->run(context_, line.args);
+        const std::string message = RunScriptCommand(*line.command, context_, line.args);
         if (context_.progress.IsCancelled())
             break;
         if (!message.empty()) {

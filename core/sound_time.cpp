@@ -98,24 +98,32 @@ std::string LSoundTime::FormatMilliseconds(int32_t t) {
 std::string LSoundTime::FormatHundredths(int32_t t) { return FormatHms(t, 5, Fraction::kHundredths); }
 std::string LSoundTime::FormatSeconds(int32_t t) { return FormatHms(t, 500, Fraction::kNone); }
 
-int32_t LSoundTime::ParseTime(std::string_view text) {
-    int32_t total = 0;
-    int32_t field = 0;
+int32_t LSoundTime::ParseTime(std::string_view text, bool* tooLarge) {
+    // Formed in 64 bits and wrapped to 32 after every step, which gives exactly the 32-bit
+    // parser's result while noticing when a step went beyond 32 bits.
+    int64_t total = 0;
+    int64_t field = 0;
     int32_t weight = 1000;
     bool negative = false;
+    bool wrapped = false;
+    const auto keep = [&wrapped](int64_t v) {
+        const auto w = static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(v)));
+        wrapped = wrapped || w != v;
+        return int64_t{w};
+    };
     for (char ch : text) {
         if (ch >= '0' && ch <= '9') {
             const int32_t d = ch - '0';
             if (weight == 1000) {
                 // The digits of the current field are read as a decimal number of seconds.
-                total = Add32(total, Add32(d * 1000, Mul32(9, field)));
-                field = Add32(Mul32(10, field), d * 1000);
+                total = keep(total + d * 1000 + 9 * field);
+                field = keep(10 * field + d * 1000);
             } else {
-                total = Add32(total, d * weight);
+                total = keep(total + d * weight);
                 weight /= 10;
             }
         } else if (ch == ':') {
-            total = Mul32(total, 60);
+            total = keep(total * 60);
             field = 0;
         } else if (ch == '.') {
             if (weight == 1000) weight = 100;
@@ -123,7 +131,9 @@ int32_t LSoundTime::ParseTime(std::string_view text) {
             negative = true;
         }
     }
-    return negative ? static_cast<int32_t>(0u - static_cast<uint32_t>(total)) : total;
+    if (tooLarge) *tooLarge = wrapped;
+    const auto t = static_cast<int32_t>(total);
+    return negative ? static_cast<int32_t>(0u - static_cast<uint32_t>(t)) : t;
 }
 
 }  // namespace osmera

@@ -47,8 +47,9 @@ public:
 
     // Text to milliseconds. Never fails: unknown characters are skipped, empty text is 0,
     // a minus sign anywhere negates. Digits after a colon that follows a point still
-    // count as fraction digits; that is how the parser has always read them.
-    static int32_t ParseTime(std::string_view text);
+    // count as fraction digits; that is how the parser has always read them. Values beyond
+    // 32 bits wrap as 32-bit arithmetic does; `tooLarge`, when given, tells whether they did.
+    static int32_t ParseTime(std::string_view text, bool* tooLarge = nullptr);
 
 private:
     int32_t samples = 0;

@@ -14,7 +14,7 @@ uint32_t SwapBytes(uint32_t v) {
     return (v >> 24) | ((v >> 8) & 0xff00u) | ((v << 8) & 0xff0000u) | (v << 24);
 }
 
-void SwapSamples(int32_t* samples, size_t count) {
+[[maybe_unused]] void SwapSamples(int32_t* samples, size_t count) {
     for (size_t i = 0; i < count; ++i) {
         samples[i] = static_cast<int32_t>(SwapBytes(static_cast<uint32_t>(samples[i])));
     }

@@ -1,36 +1,17 @@
 // Fuzz target for the WAV reader (and the libsndfile decoder behind it): the input is
-// written to a temporary file, opened, read in blocks around its ends and sought about.
+// handed over as a file, opened, read in blocks around its ends and sought about.
 // Any crash, hang or sanitizer report is a fault; wrong audio from a corrupt file is not.
-
-#include <stdlib.h>
-#include <unistd.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <vector>
 
 #include "formats/open_audio_source.h"
 #include "formats/wave_file.h"
+#include "fuzz/fuzz_input_file.h"
 
 namespace {
-
-// One temporary file for the whole run, removed at exit.
-struct LTempFile {
-    LTempFile() {
-        const int fd = ::mkstemp(path.data());
-        if (fd >= 0)
-            ::close(fd);
-    }
-    ~LTempFile() { ::unlink(path.c_str()); }
-    std::string path = "/tmp/osmera-wave-fuzz-XXXXXX";
-};
-
-const std::string& TempPath() {
-    static const LTempFile file;
-    return file.path;
-}
 
 void Exercise(osmera::LSoundSourceBase& source) {
     // Bounded work whatever the claimed length: a few blocks at the start, across the
@@ -48,13 +29,7 @@ void Exercise(osmera::LSoundSourceBase& source) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string& path = TempPath();
-    FILE* f = std::fopen(path.c_str(), "wb");
-    if (!f)
-        return 0;
-    std::fwrite(data, 1, size, f);
-    std::fclose(f);
-
+    const std::string& path = osmera::fuzz::FuzzInputFile().Hold(data, size);
     osmera::LSourceRef wave = osmera::LWaveFile::OpenSource(path);
     Exercise(*wave);
     osmera::LSourceRef any = osmera::OpenAudioSource(path);

@@ -9,6 +9,7 @@ packages=(
   qt6-base-dev libsndfile1-dev portaudio19-dev
   qt6-qpa-plugins
   sox time
+  clang libclang-rt-dev
 )
 
 missing=()
