@@ -39,23 +39,6 @@ std::string EditMessage(LEditResult result) {
     return "failed";
 }
 
-// Runs `edit` on the current document's selection inside the undo bracket; the cursor ends
-// at the selection's start.
-template <class Edit>
-std::string EditSelection(LScriptContext& ctx, const char* undoName, bool needSelection,
-                          Edit edit) {
-    LOMFile* doc = ctx.Document();
-    if (!doc)
-        return kNoDocumentMessage;
-    doc->ClampSelection();
-    if (needSelection && !doc->HasSelection())
-        return EditMessage(LEditResult::kNoSelection);
-    ctx.controller.StartModifyCurrentFile(undoName);
-    edit(*doc);
-    ctx.controller.EndModifyCurrentFile(doc->selStart, Rate(*doc));
-    return {};
-}
-
 // `text` in double quotes, with a tab written as \t and quotes and backslashes escaped.
 std::string Quoted(const std::string& text) {
     std::string out = "\"";
@@ -122,28 +105,6 @@ std::string Cursor(LScriptContext& ctx, Args args) {
     return {};
 }
 
-std::string TrimStart(LScriptContext& ctx, Args) {
-    LOMFile* doc = ctx.Document();
-    if (!doc)
-        return kNoDocumentMessage;
-    ctx.controller.StartModifyCurrentFile("Trim Start");
-    doc->audio.EfTrimHead(doc->cursor);
-    doc->SetSelection(0, 0);
-    ctx.controller.EndModifyCurrentFile(0, Rate(*doc));
-    return {};
-}
-
-std::string TrimEnd(LScriptContext& ctx, Args) {
-    LOMFile* doc = ctx.Document();
-    if (!doc)
-        return kNoDocumentMessage;
-    ctx.controller.StartModifyCurrentFile("Trim End");
-    doc->audio.EfTrimTail(doc->cursor);
-    doc->ClampSelection();
-    ctx.controller.EndModifyCurrentFile(doc->audio.GetLength(), Rate(*doc));
-    return {};
-}
-
 std::string InsertSilence(LScriptContext& ctx, Args args) {
     LOMFile* doc = ctx.Document();
     if (!doc)
@@ -152,14 +113,7 @@ std::string InsertSilence(LScriptContext& ctx, Args args) {
     const int32_t length = args.Frames(1, Rate(*doc));
     if (length < 0)
         return "the length of silence cannot be negative";
-    ctx.controller.StartModifyCurrentFile("Insert Silence");
-    doc->audio.EfInsertSilence(at, length);
-    const int32_t start = at < 0 ? 0 : at;
-    const int64_t inserted = at < 0 ? std::max<int64_t>(0, int64_t{length} + at) : length;
-    doc->SetSelection(
-        start, static_cast<int32_t>(std::min<int64_t>(start + inserted, doc->audio.GetLength())));
-    ctx.controller.EndModifyCurrentFile(start, Rate(*doc));
-    return {};
+    return EditMessage(ctx.controller.CmInsertSilence(at, length));
 }
 
 std::string Info(LScriptContext& ctx, Args) {
@@ -236,12 +190,14 @@ void RegisterEditScriptCommands(LScriptCommandTable& table) {
     table.Add({"trim", "trim", {}, 0, {}, [](LScriptContext& ctx, Args) {
                    return EditMessage(ctx.controller.CmTrim());
                }});
-    table.Add({"trim-start", "trim-start", {}, 0, {}, TrimStart});
-    table.Add({"trim-end", "trim-end", {}, 0, {}, TrimEnd});
+    table.Add({"trim-start", "trim-start", {}, 0, {}, [](LScriptContext& ctx, Args) {
+                   return EditMessage(ctx.controller.CmTrimStart());
+               }});
+    table.Add({"trim-end", "trim-end", {}, 0, {}, [](LScriptContext& ctx, Args) {
+                   return EditMessage(ctx.controller.CmTrimEnd());
+               }});
     table.Add({"silence", "silence", {}, 0, {}, [](LScriptContext& ctx, Args) {
-                   return EditSelection(ctx, "Silence", true, [](LOMFile& doc) {
-                       doc.audio.EfSilence(doc.selStart, doc.selEnd);
-                   });
+                   return EditMessage(ctx.controller.CmSilence());
                }});
     table.Add({"insert-silence",
                "insert-silence POS LENGTH",

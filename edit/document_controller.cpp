@@ -251,4 +251,52 @@ LEditResult LDocumentController::CmTrim() {
     return LEditResult::kDone;
 }
 
+LEditResult LDocumentController::CmTrimStart() {
+    if (!current_)
+        return LEditResult::kNoDocument;
+    LOMFile& doc = *current_;
+    StartModifyCurrentFile("Trim Start");
+    doc.audio.EfTrimHead(doc.cursor);
+    doc.SetSelection(0, 0);
+    EndModifyCurrentFile(0, static_cast<int32_t>(doc.audio.GetSampleRate()));
+    return LEditResult::kDone;
+}
+
+LEditResult LDocumentController::CmTrimEnd() {
+    if (!current_)
+        return LEditResult::kNoDocument;
+    LOMFile& doc = *current_;
+    StartModifyCurrentFile("Trim End");
+    doc.audio.EfTrimTail(doc.cursor);
+    doc.ClampSelection();
+    EndModifyCurrentFile(doc.audio.GetLength(), static_cast<int32_t>(doc.audio.GetSampleRate()));
+    return LEditResult::kDone;
+}
+
+LEditResult LDocumentController::CmSilence() {
+    if (const LEditResult why = CheckSelection(); why != LEditResult::kDone)
+        return why;
+    LOMFile& doc = *current_;
+    StartModifyCurrentFile("Silence");
+    doc.audio.EfSilence(doc.selStart, doc.selEnd);
+    EndModifyCurrentFile(doc.selStart, static_cast<int32_t>(doc.audio.GetSampleRate()));
+    return LEditResult::kDone;
+}
+
+LEditResult LDocumentController::CmInsertSilence(int32_t at, int32_t length) {
+    if (!current_)
+        return LEditResult::kNoDocument;
+    if (length < 0)
+        return LEditResult::kDone;
+    LOMFile& doc = *current_;
+    StartModifyCurrentFile("Insert Silence");
+    doc.audio.EfInsertSilence(at, length);
+    const int32_t start = at < 0 ? 0 : at;
+    const int64_t inserted = at < 0 ? std::max<int64_t>(0, int64_t{length} + at) : length;
+    doc.SetSelection(
+        start, static_cast<int32_t>(std::min<int64_t>(start + inserted, doc.audio.GetLength())));
+    EndModifyCurrentFile(start, static_cast<int32_t>(doc.audio.GetSampleRate()));
+    return LEditResult::kDone;
+}
+
 }  // namespace osmera

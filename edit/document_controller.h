@@ -82,9 +82,9 @@ class LDocumentController {
     // Opens `path` into a new document that becomes current; the document remembers the
     // file's sample width for later saves. On anything but kJobDone (document_io.h) no
     // document is added and `message` says why (a file of more than two channels is
-    // refused; kCutTankFullMessage when no cut number is free). On kJobDone `warning` is "" when the file opened whole, else the lines to
-    // show the user: frames beyond what a document holds left out, or a file that ends
-    // before its header says whose rest opened as silence.
+    // refused; kCutTankFullMessage when no cut number is free). On kJobDone `warning` is "" when
+    // the file opened whole, else the lines to show the user: frames beyond what a document holds
+    // left out, or a file that ends before its header says whose rest opened as silence.
     int OpenDocument(const std::string& path, LProgress* progress, std::string* message = nullptr,
                      std::string* warning = nullptr);
     // Saves the current document to `path` ("" for its own path) as PCM WAV of
@@ -131,6 +131,17 @@ class LDocumentController {
     LEditResult CmPasteOver();  // clipboard in place of the selection, which becomes it
     LEditResult CmDelete();     // selection removed
     LEditResult CmTrim();       // everything but the selection removed
+    LEditResult CmTrimStart();  // everything before the cursor removed; cursor at 0
+    LEditResult CmTrimEnd();    // everything after the cursor removed; cursor at the end
+    LEditResult CmSilence();    // the selection silenced (undo step "Silence"); needs one
+    // `length` frames of silence at `at` (a negative `at` inserts only the part that lies
+    // at or after 0); the inserted range becomes the selection. A negative length does
+    // nothing.
+    LEditResult CmInsertSilence(int32_t at, int32_t length);
+
+    // kDone when there is a current document whose selection, clamped to its audio, is
+    // not empty; otherwise why not. Clamps the current document's selection.
+    LEditResult CheckSelection();
 
     // The controller's clipboard, one list for the whole run.
     LCutListAudio& GetClipboard() { return clipboard_; }
@@ -147,9 +158,6 @@ class LDocumentController {
     std::string ClipboardFilePath();
 
   private:
-    // kDone when there is a current document whose selection, clamped to its audio, is
-    // not empty; otherwise why not.
-    LEditResult CheckSelection();
     LEditResult PasteList(const LCutListAudio& list, bool overSelection, const char* undoName);
 
     LSettingsStore& settings_;
