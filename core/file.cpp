@@ -74,7 +74,12 @@ bool LFile::Open(const std::string& path, Mode mode) {
         Close();
         return false;
     }
-    if (!S_ISREG(st.st_mode)) {
+    // Reading wants a file with an end (a device may never end, a pipe may never start);
+    // writing accepts devices (the full and null devices serve in tests) but nothing that
+    // can hold a writer up.
+    const bool usable =
+        mode == Mode::kRead ? S_ISREG(st.st_mode) : S_ISREG(st.st_mode) || S_ISCHR(st.st_mode);
+    if (!usable) {
         error_ = NotRegularError(st.st_mode);
         Close();
         return false;

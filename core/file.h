@@ -3,8 +3,9 @@
 // Offsets are 64-bit. Owns the descriptor; closes it in the destructor. Movable, not
 // copyable. One thread at a time.
 //
-// Only regular files are opened: a folder, a pipe (FIFO), a device or a socket is refused
-// at once, so that opening never waits for a writer that may never come.
+// Only regular files are opened for reading: a folder, a pipe (FIFO), a device or a socket
+// is refused at once, so that opening never waits for a writer that may never come.
+// Writing also accepts character devices (the null and full devices).
 
 #include <cstdint>
 #include <string>

@@ -194,9 +194,10 @@ TEST(PcmFile, SinkFailuresAreStates) {
     }
     EXPECT_TRUE(LWaveFile::CreateSink(dir.File("c.wav"), 44100, 0, 2, 0)->IsError());
 
-    if (std::filesystem::exists("/dev/full")) {  // a device is not a file to write to
+    if (std::filesystem::exists("/dev/full")) {  // a full disk from the first byte
         auto full = LWaveFile::CreateSink("/dev/full", 44100, 0, 2, 1);
         EXPECT_TRUE(full->IsError());
+        EXPECT_TRUE(full->WriteFailed());
         EXPECT_FALSE(full->Finish());
     }
 
