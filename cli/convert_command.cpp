@@ -14,6 +14,7 @@
 #include "cli/source_description.h"
 #include "cli/terminal_progress.h"
 #include "core/pr_source_to_sink.h"
+#include "core/rate_filter.h"
 #include "core/safe_replace.h"
 #include "formats/open_audio_source.h"
 #include "formats/open_error_message.h"
@@ -44,7 +45,7 @@ int RunConvert(int argc, char** argv) {
 
     LSourceRef source = OpenAudioSource(in);
     if (!source->IsOk()) {
-        PrintError(OpenErrorMessage(source->GetError(), in));
+        PrintError(OpenErrorMessage(*source, in));
         return kExitFailed;
     }
     const LOpenedFileFacts facts = LOpenedFileFacts::Of(*source);
@@ -75,7 +76,20 @@ int RunConvert(int argc, char** argv) {
         return kExitFailed;
     }
 
+    if (rate > source->GetSampleRate() &&
+        LRateFilter(source->GetSampleRate(), rate, false).Step() == 0) {
+        PrintError("cannot convert " + in + " from " + std::to_string(source->GetSampleRate()) +
+                   " Hz to " + std::to_string(rate) +
+                   " Hz: the rates are too far apart (the output rate must be less than 510 "
+                   "times the input rate)");
+        return kExitFailed;
+    }
+
     LSafeReplace replace(out);
+    if (replace.Failed()) {
+        PrintError("cannot write " + out + ": " + replace.ErrorText());
+        return kExitFailed;
+    }
     auto sink = LWaveFile::CreateSink(replace.TempPath(), rate, 0, bits / 8, channels);
     if (sink->IsError()) {
         PrintError("cannot create " + out + ": check the folder exists and you may write to it");
@@ -96,10 +110,18 @@ int RunConvert(int argc, char** argv) {
     }
     const bool written = sink->Finish() && !sink->WriteFailed();
     sink.Reset();
-    if (!written || !replace.Commit()) {
+    if (!written) {
         PrintError("cannot write " + out + " (is the disk full?); it was left as it was");
         return kExitFailed;
     }
+    if (!replace.Commit()) {
+        PrintError("cannot replace " + out + ": " + replace.ErrorText() +
+                   " It was left as it was.");
+        return kExitFailed;
+    }
+    if (replace.OtherLinks() > 0)
+        PrintError("note: " + out + " had " + std::to_string(replace.OtherLinks()) +
+                   " other hard link(s); they keep the old contents");
     return kExitOk;
 }
 

@@ -29,7 +29,7 @@ int RunInfo(int argc, char** argv) {
         if (!source->IsOk()) {
             std::printf("file=%s error=%d message=%s\n", QuoteValue(path).c_str(),
                         source->GetError(),
-                        QuoteValue(OpenErrorMessage(source->GetError(), path), true).c_str());
+                        QuoteValue(OpenErrorMessage(*source, path), true).c_str());
             exitCode = kExitFailed;
             continue;
         }

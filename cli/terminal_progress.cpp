@@ -10,7 +10,9 @@ namespace {
 
 volatile std::sig_atomic_t gCancel = 0;
 
-void OnSignal(int) { gCancel = 1; }
+void OnSignal(int) {
+    gCancel = 1;
+}
 
 }  // namespace
 
@@ -20,16 +22,22 @@ void InstallCancelHandlers() {
     sigemptyset(&sa.sa_mask);
     sigaction(SIGINT, &sa, nullptr);
     sigaction(SIGTERM, &sa, nullptr);
+    sigaction(SIGHUP, &sa, nullptr);
 }
 
-bool CancelRequested() { return gCancel != 0; }
+bool CancelRequested() {
+    return gCancel != 0;
+}
 
 LTerminalProgress::LTerminalProgress() : visible_(::isatty(STDERR_FILENO) == 1) {}
 
-LTerminalProgress::~LTerminalProgress() { Done(); }
+LTerminalProgress::~LTerminalProgress() {
+    Done();
+}
 
 void LTerminalProgress::SetLine(int line, const std::string& text) {
-    if (line == 0 && !text.empty()) title_ = text;
+    if (line == 0 && !text.empty())
+        title_ = text;
 }
 
 void LTerminalProgress::SetFraction(double fraction) {
@@ -42,11 +50,13 @@ void LTerminalProgress::SetFraction(double fraction) {
 }
 
 void LTerminalProgress::Draw() {
-    if (!visible_) return;
+    if (!visible_)
+        return;
     constexpr int kWidth = 40;
     const int filled = static_cast<int>(fraction_ * kWidth);
-    std::fprintf(stderr, "\r%s [%.*s%*s] %3d%%", title_.empty() ? "Working" : title_.c_str(), filled,
-                 "########################################", kWidth - filled, "", lastPercent_);
+    std::fprintf(stderr, "\r%s [%.*s%*s] %3d%%", title_.empty() ? "Working" : title_.c_str(),
+                 filled, "########################################", kWidth - filled, "",
+                 lastPercent_);
     std::fflush(stderr);
     drawn_ = true;
 }

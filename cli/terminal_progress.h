@@ -1,7 +1,8 @@
 #pragma once
 // Progress of a command on the terminal: a bar on stderr when stderr is a terminal,
-// nothing otherwise. Ctrl+C (SIGINT) and SIGTERM become a cancel request that jobs see
-// through IsCancelled(), so they stop between blocks and clean up after themselves.
+// nothing otherwise. Ctrl+C (SIGINT), SIGTERM and SIGHUP (the terminal closed, or the
+// session that started the program ended) become a cancel request that jobs see through
+// IsCancelled(), so they stop between blocks and clean up after themselves.
 
 #include <string>
 
@@ -9,13 +10,14 @@
 
 namespace osmera::cli {
 
-// Installs the SIGINT/SIGTERM handlers that set the cancel flag. Call once at start.
+// Installs the SIGINT/SIGTERM/SIGHUP handlers that set the cancel flag. Call once at
+// start, on the main thread.
 void InstallCancelHandlers();
-// True once Ctrl+C (or SIGTERM) has arrived.
+// True once Ctrl+C (or SIGTERM or SIGHUP) has arrived. Any thread.
 bool CancelRequested();
 
 class LTerminalProgress : public LProgress {
-public:
+  public:
     LTerminalProgress();
     ~LTerminalProgress() override;
 
@@ -25,7 +27,7 @@ public:
     // Clears the bar line.
     void Done();
 
-private:
+  private:
     void Draw();
 
     bool visible_;

@@ -2,6 +2,10 @@
 // A file handle whose operations report failure by result, never by exception.
 // Offsets are 64-bit. Owns the descriptor; closes it in the destructor. Movable, not
 // copyable. One thread at a time.
+//
+// Only regular files are opened for reading: a folder, a pipe (FIFO), a device or a socket
+// is refused at once, so that opening never waits for a writer that may never come.
+// Writing also accepts character devices (the null and full devices).
 
 #include <cstdint>
 #include <string>
@@ -9,11 +13,11 @@
 namespace osmera {
 
 class LFile {
-public:
+  public:
     enum class Mode {
-        kRead,          // existing file, read only
-        kReadWrite,     // read and write, created when missing, contents kept
-        kCreate,        // read and write, created or emptied
+        kRead,       // existing file, read only
+        kReadWrite,  // read and write, created when missing, contents kept
+        kCreate,     // read and write, created or emptied
     };
 
     LFile() = default;
@@ -23,6 +27,8 @@ public:
     LFile(const LFile&) = delete;
     LFile& operator=(const LFile&) = delete;
 
+    // False when the file could not be opened or is not a regular file; ErrorText()
+    // then says why.
     bool Open(const std::string& path, Mode mode);
     void Close();
     bool IsOpen() const { return fd_ >= 0; }
@@ -43,8 +49,21 @@ public:
 
     int Descriptor() const { return fd_; }
 
-private:
+    // Why the last Open failed, as a sentence for the user ("No such file or directory.",
+    // "It is a pipe (FIFO), not a regular file."); empty after a successful Open.
+    std::string ErrorText() const { return DescribeError(error_); }
+
+    // The failure code for a path whose file type is `mode` (st_mode) and not a regular
+    // file: EISDIR for a folder, a negative code of this class for pipes, devices and
+    // sockets.
+    static int NotRegularError(unsigned mode);
+    // `error` (an errno or a NotRegularError code) as a sentence; empty for 0.
+    static std::string DescribeError(int error);
+
+  private:
     int fd_ = -1;
+    // errno of the last failed Open, or a NotRegularError code; 0 after success.
+    int error_ = 0;
 };
 
 }  // namespace osmera

@@ -1,11 +1,18 @@
 #include "formats/src_snd_file.h"
 
+#include <fcntl.h>
 #include <sndfile.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <limits>
+#include <mutex>
+#include <optional>
+#include <string_view>
 
 #include "core/trace.h"
 
@@ -103,6 +110,62 @@ sf_count_t VirtualTell(void* user) {
 
 SF_VIRTUAL_IO virtualIo = {VirtualLength, VirtualSeek, VirtualRead, VirtualWrite, VirtualTell};
 
+// Keeps what the decoding libraries print on stderr (mpg123 announces "Note: Illegal
+// Audio-MPEG-Header" for every file it probes and fails) out of the program's output
+// while it lives: descriptor 2 points at a memory file, then is restored, and what was
+// caught goes to the trace. There is one stderr per process, so anything another thread
+// prints meanwhile is caught as well: it is held only around decoder calls, and one
+// redirection runs at a time.
+class QuietStderr {
+  public:
+    QuietStderr() : lock_(Mutex()) {
+        std::fflush(stderr);
+        catch_ = ::memfd_create("osmera-decoder-messages", MFD_CLOEXEC);
+        if (catch_ < 0)
+            catch_ = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+        saved_ = catch_ >= 0 ? ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3) : -1;
+        if (saved_ >= 0 && ::dup2(catch_, STDERR_FILENO) < 0) {
+            ::close(saved_);
+            saved_ = -1;
+        }
+    }
+    ~QuietStderr() {
+        if (saved_ >= 0) {
+            std::fflush(stderr);
+            ::dup2(saved_, STDERR_FILENO);
+            ::close(saved_);
+            ForwardToTrace();
+        }
+        if (catch_ >= 0)
+            ::close(catch_);
+    }
+    QuietStderr(const QuietStderr&) = delete;
+    QuietStderr& operator=(const QuietStderr&) = delete;
+
+  private:
+    static std::mutex& Mutex() {
+        static std::mutex m;
+        return m;
+    }
+    void ForwardToTrace() const {
+        char text[2048];
+        const ssize_t n = ::pread(catch_, text, sizeof text, 0);
+        if (n <= 0)
+            return;
+        std::string_view rest(text, static_cast<size_t>(n));
+        while (!rest.empty()) {
+            const size_t end = std::min(rest.find('\n'), rest.size());
+            if (end > 0)
+                LTracef("LSRCSndFile decoder: %.*s", static_cast<int>(end), rest.data());
+            rest.remove_prefix(std::min(end + 1, rest.size()));
+        }
+    }
+
+    std::lock_guard<std::mutex> lock_;
+    int catch_ = -1;
+    int saved_ = -1;
+};
+
 void Zero(int32_t* buffer, int64_t frames, int32_t channels) {
     if (frames > 0)
         std::memset(buffer, 0, sizeof(int32_t) * static_cast<size_t>(frames * channels));
@@ -112,7 +175,10 @@ void Zero(int32_t* buffer, int64_t frames, int32_t channels) {
 
 LSRCSndFile::LSRCSndFile(const std::string& path) : LSoundSourceBase(44100, 1, kPeak16Bit) {
     SF_INFO info{};
-    sf_ = sf_open(path.c_str(), SFM_READ, &info);
+    {
+        QuietStderr quiet;
+        sf_ = sf_open(path.c_str(), SFM_READ, &info);
+    }
     Adopt(info.frames, info.samplerate, info.channels, info.format, path);
 }
 
@@ -125,7 +191,10 @@ LSRCSndFile::LSRCSndFile(LFile file, int64_t dataStart, uint32_t dataSize,
         std::clamp<int64_t>(virtual_->file.Size() - dataStart, 0, int64_t{dataSize});
     virtual_->header = MakeHeader(format, virtual_->dataLength);
     SF_INFO info{};
-    sf_ = sf_open_virtual(&virtualIo, SFM_READ, &info, virtual_.get());
+    {
+        QuietStderr quiet;
+        sf_ = sf_open_virtual(&virtualIo, SFM_READ, &info, virtual_.get());
+    }
     Adopt(info.frames, info.samplerate, info.channels, info.format, "WAV data");
 }
 
@@ -171,6 +240,10 @@ int32_t LSRCSndFile::GetKeptBytesPerSample() const {
     }
 }
 
+bool LSRCSndFile::IsMpeg() const {
+    return (sndFileFormat_ & SF_FORMAT_TYPEMASK) == SF_FORMAT_MPEG;
+}
+
 void LSRCSndFile::Read(int32_t* buffer, int32_t frames) {
     if (frames <= 0)
         return;
@@ -184,6 +257,9 @@ void LSRCSndFile::Read(int32_t* buffer, int32_t frames) {
     Zero(buffer, first - p, channels);
     int32_t* out = buffer + (first - p) * channels;
     int64_t done = 0;
+    std::optional<QuietStderr> quiet;
+    if (sf_ && first < last && IsMpeg())
+        quiet.emplace();  // mpg123 reports damaged frames as it meets them
     while (sf_ && first + done < last) {
         const int64_t want = std::min<int64_t>(last - first - done, kBufferFrames);
         decoded_.resize(static_cast<size_t>(want) * channels);
@@ -210,6 +286,9 @@ void LSRCSndFile::Seek(int32_t position) {
     if (!sf_)
         return;
     const sf_count_t frame = std::clamp<int32_t>(position, 0, length_);
+    std::optional<QuietStderr> quiet;
+    if (IsMpeg())
+        quiet.emplace();
     if (sf_seek(sf_, frame, SEEK_SET) < 0) {
         LTracef("LSRCSndFile::Seek unable to seek to frame %d", static_cast<int>(frame));
     }

@@ -10,6 +10,9 @@
 // Error 5 when libsndfile cannot decode the input, 3 when it reports a channel count or rate this
 // program cannot hold.
 //
+// What the decoding libraries print on stderr while a file is opened (and while MPEG audio
+// is decoded) is kept out of the program's output and goes to the trace instead.
+//
 // Owns its input (the file and the decoder) until destroyed. One thread at a time.
 
 #include <cstdint>
@@ -66,6 +69,7 @@ class LSRCSndFile : public LSoundSourceBase, public LFileFacts {
   private:
     // Takes the stream's format and length once libsndfile has opened it (`sf_` set), or
     // records error 5 when it could not (`sf_` null). `what` names the input for the trace.
+    bool IsMpeg() const;
     void Adopt(int64_t frames, int32_t rate, int32_t nChans, int format, const std::string& what);
 
     std::unique_ptr<VirtualWav> virtual_;

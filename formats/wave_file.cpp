@@ -1,6 +1,7 @@
 #include "formats/wave_file.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <vector>
@@ -123,32 +124,55 @@ class LSNKPCMFileRejected : public LSNKPCMFileBase {
     void Convert(const int32_t*, uint8_t*, int32_t) const override {}
 };
 
+// Why a channel count or rate was refused, naming what the file says and what opens.
+std::string RangeReason(uint16_t channels, uint32_t rate) {
+    std::string reason;
+    if (channels < 1 || channels > kMaxChannels)
+        reason = "It claims " + std::to_string(channels) + " channels; 1 to 255 can be opened.";
+    if (rate < 1 || rate > kMaxSampleRate) {
+        if (!reason.empty())
+            reason += " ";
+        reason += "It claims a sample rate of " + std::to_string(rate) +
+                  " Hz; 1 to 196000 Hz can be opened.";
+    }
+    return reason;
+}
+
+std::string CodedReason(uint16_t tag) {
+    char hex[8];
+    std::snprintf(hex, sizeof hex, "0x%04X", tag);
+    return std::string("Its audio is coded in format ") + hex +
+           ", which the installed libsndfile cannot decode.";
+}
+
 }  // namespace
 
 LSourceRef LWaveFile::OpenSource(const std::string& fileName) {
     LFile file;
     if (!file.Open(fileName, LFile::Mode::kRead)) {
         LTracef("LWaveFile::OpenSource Unable to Open File: %s", fileName.c_str());
-        return MakeFailedSource(kSourceNotOpened);
+        return MakeFailedSource(kSourceNotOpened, file.ErrorText());
     }
     if (!FindRiffWave(file)) {
         LTrace("LWaveFile::OpenSource No RIFF WAVE chunk found");
-        return MakeFailedSource(kSourceBadParams);
+        return MakeFailedSource(kSourceBadParams, "It has no RIFF WAVE header.");
     }
     uint32_t formatSize = 0;
     if (!FindChunk(file, "fmt ", formatSize)) {
         LTrace("LWaveFile::OpenSource 'fmt ' subchunk not found!");
-        return MakeFailedSource(kSourceBadParams);
+        return MakeFailedSource(kSourceBadParams, "It has no format ('fmt ') chunk.");
     }
     const auto signedFormatSize = static_cast<int32_t>(formatSize);
     if (signedFormatSize < kMinFormatBytes || signedFormatSize > kMaxFormatBytes) {
         LTrace("LWaveFile::OpenSource fmt too short or too long!");
-        return MakeFailedSource(kSourceBadParams);
+        return MakeFailedSource(kSourceBadParams, "Its format chunk claims " +
+                                                      std::to_string(signedFormatSize) +
+                                                      " bytes; 16 to 8192 bytes can be read.");
     }
     std::vector<uint8_t> format(formatSize);
     if (file.Read(format.data(), signedFormatSize) != signedFormatSize) {
         LTrace("LWaveFile::OpenSource fmt too short or too long!");
-        return MakeFailedSource(kSourceBadParams);
+        return MakeFailedSource(kSourceBadParams, "It ends inside its format chunk.");
     }
     if (formatSize & 1)
         Skip(file, 1);  // the pad byte after an odd-sized chunk
@@ -159,19 +183,22 @@ LSourceRef LWaveFile::OpenSource(const std::string& fileName) {
     uint32_t dataSize = 0;
     if (!FindChunk(file, "data", dataSize)) {
         LTrace("LWaveFile::OpenSource 'data' subchunk not found!");
-        return MakeFailedSource(kSourceBadParams);
+        return MakeFailedSource(kSourceBadParams, "It has no 'data' chunk.");
     }
     const uint16_t channels = Get16(format.data() + 2);
     const uint32_t rate = Get32(format.data() + 4);
     const uint16_t bits = Get16(format.data() + 14);
     if (channels < 1 || channels > kMaxChannels || rate < 1 || rate > kMaxSampleRate) {
         LTrace("LWaveFile::OpenSource nChannels or nSamplesPerSec is invalid");
-        return MakeFailedSource(kSourceBadParams);
+        return MakeFailedSource(kSourceBadParams, RangeReason(channels, rate));
     }
     const int64_t dataStart = file.Tell();
     if (!IsPcm(format)) {
+        const uint16_t tag = Get16(format.data());
         LSourceRef coded =
             MakeRef<LSRCSndFile>(std::move(file), dataStart, dataSize, std::move(format));
+        if (coded->GetError() == kSourceCodecFailed)
+            return MakeFailedSource(kSourceCodecFailed, CodedReason(tag));
         if (coded->GetError() != kSourceOk)
             return MakeFailedSource(coded->GetError());
         return coded;

@@ -23,7 +23,8 @@ class LWaveFile {
     // Opens `fileName` as a source. Never null: on failure the source is an empty one
     // whose GetError() is 4 when the file could not be opened, 3 when it is not a usable
     // WAV file (corrupt, or channels and rate out of range), 5 when its coded data cannot
-    // be decoded. A file whose data size is 0xFFFFFFFF (its writer never finished) takes
+    // be decoded; the failed source also says why in words (FailureReason in
+    // formats/src_failed.h). A file whose data size is 0xFFFFFFFF (its writer never finished) takes
     // its length from the file's size; a file cut short inside its data keeps the
     // header's length and reads zeros for what is missing.
     static LSourceRef OpenSource(const std::string& fileName);

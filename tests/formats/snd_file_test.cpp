@@ -1,11 +1,14 @@
 #include "formats/src_snd_file.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sndfile.h>
+#include <unistd.h>
 
 #include <cmath>
 
 #include "formats/open_audio_source.h"
+#include "formats/open_error_message.h"
 #include "formats/src_pcm_file_base.h"
 #include "formats/wave_file.h"
 #include "tests/formats/wave_bytes.h"
@@ -135,7 +138,29 @@ TEST(SndFile, UndecodableWavDataIsCodeFive) {
     WriteBytes(dir.File("x.wav"),
                Riff(Chunk("fmt ", FormatBody(1, 8000, 4, 0x1234)) + Chunk("data", Bytes(64, 1))));
     EXPECT_EQ(LWaveFile::OpenSource(dir.File("x.wav"))->GetError(), kSourceCodecFailed);
-    EXPECT_EQ(OpenAudioSource(dir.File("x.wav"))->GetError(), kSourceCodecFailed);
+    auto source = OpenAudioSource(dir.File("x.wav"));
+    EXPECT_EQ(source->GetError(), kSourceCodecFailed);
+    EXPECT_NE(OpenErrorMessage(*source, "x.wav").find("\nIts audio is coded in format 0x1234,"),
+              std::string::npos);
+}
+
+// Decoding libraries print notes on stderr while they probe a file (mpg123 does for any
+// file it is offered); none of it may reach the program's own output.
+TEST(SndFile, ProbingStaysQuiet) {
+    TempDir dir;
+    WriteBytes(dir.File("notes.mp3"), Bytes(300, 'x'));
+    std::fflush(stderr);
+    const int saved = ::dup(STDERR_FILENO);
+    const int caught = ::open(dir.File("stderr").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    ASSERT_GE(caught, 0);
+    ::dup2(caught, STDERR_FILENO);
+    const uint8_t error = OpenAudioSource(dir.File("notes.mp3"))->GetError();
+    std::fflush(stderr);
+    ::dup2(saved, STDERR_FILENO);
+    ::close(saved);
+    ::close(caught);
+    EXPECT_EQ(error, kSourceBadParams);
+    EXPECT_EQ(ReadBytes(dir.File("stderr")).size(), 0u);
 }
 
 TEST(SndFile, OtherFormatsOpenThroughTheGeneralOpener) {
