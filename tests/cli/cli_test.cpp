@@ -216,95 +216,94 @@ TEST_F(CliTest, SaveKeepsTheWidthTheDocumentWasOpenedWith) {
         const testing::CliResult r = Cli("info " + Q(dir.File(file)));
         EXPECT_TRUE(Has(r, bits)) << r.out;
     }
+}
 
-    // osmera-cli with `args`; what it printed on stderr (stdout is dropped).
-    std::string CliStderr(const std::string& args) {
-        return testing::RunShell(std::string(OSMERA_CLI) + " " + args + " 2>&1 >/dev/null").out;
+// osmera-cli with `args`; what it printed on stderr (stdout is dropped).
+std::string CliStderr(const std::string& args) {
+    return testing::RunShell(std::string(OSMERA_CLI) + " " + args + " 2>&1 >/dev/null").out;
+}
+
+// Starts osmera-cli with `args` in the background, its output dropped.
+pid_t StartCli(std::vector<std::string> args) {
+    args.insert(args.begin(), OSMERA_CLI);
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        const int null = ::open("/dev/null", O_RDWR);
+        for (int fd = 0; fd < 3; ++fd)
+            ::dup2(null, fd);
+        std::vector<char*> argv;
+        for (auto& a : args)
+            argv.push_back(a.data());
+        argv.push_back(nullptr);
+        ::execv(argv[0], argv.data());
+        ::_exit(127);
     }
+    return pid;
+}
 
-    // Starts osmera-cli with `args` in the background, its output dropped.
-    pid_t StartCli(std::vector<std::string> args) {
-        args.insert(args.begin(), OSMERA_CLI);
-        const pid_t pid = ::fork();
-        if (pid == 0) {
-            const int null = ::open("/dev/null", O_RDWR);
-            for (int fd = 0; fd < 3; ++fd)
-                ::dup2(null, fd);
-            std::vector<char*> argv;
-            for (auto& a : args)
-                argv.push_back(a.data());
-            argv.push_back(nullptr);
-            ::execv(argv[0], argv.data());
-            ::_exit(127);
-        }
-        return pid;
-    }
+// The temporaries (".NAME.osmera-PID-N.tmp") in `folder`.
+std::vector<std::string> Temporaries(const std::filesystem::path& folder) {
+    std::vector<std::string> found;
+    for (auto& e : std::filesystem::directory_iterator(folder))
+        if (e.path().filename().string().find(".osmera-") != std::string::npos)
+            found.push_back(e.path().filename().string());
+    return found;
+}
 
-    // The temporaries (".NAME.osmera-PID-N.tmp") in `folder`.
-    std::vector<std::string> Temporaries(const std::filesystem::path& folder) {
-        std::vector<std::string> found;
-        for (auto& e : std::filesystem::directory_iterator(folder))
-            if (e.path().filename().string().find(".osmera-") != std::string::npos)
-                found.push_back(e.path().filename().string());
-        return found;
-    }
+// Waits (up to ten seconds) until a temporary appears in `folder`.
+bool WaitForTemporary(const std::filesystem::path& folder) {
+    for (int i = 0; i < 10000 && Temporaries(folder).empty(); ++i)
+        ::usleep(1000);
+    return !Temporaries(folder).empty();
+}
 
-    // Waits (up to ten seconds) until a temporary appears in `folder`.
-    bool WaitForTemporary(const std::filesystem::path& folder) {
-        for (int i = 0; i < 10000 && Temporaries(folder).empty(); ++i)
-            ::usleep(1000);
-        return !Temporaries(folder).empty();
-    }
+TEST_F(CliTest, EndedRunsLeaveNoTemporaries) {
+    const std::string in = dir.File("in.wav");
+    WriteTone(in, 8000, 100);
+    // A long conversion: a hang-up stops it like Ctrl+C, and it cleans up.
+    const std::string longIn = dir.File("long.wav");
+    WriteTone(longIn, 8000, 8000 * 120);
+    const std::filesystem::path outDir = dir.Path() / "out";
+    std::filesystem::create_directory(outDir);
+    const std::vector<std::string> longConvert = {
+        "convert", longIn, (outDir / "o.wav").string(), "--rate", "192000", "--bits", "32"};
+    pid_t pid = StartCli(longConvert);
+    ASSERT_TRUE(WaitForTemporary(outDir));
+    ::kill(pid, SIGHUP);
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 130) << status;
+    EXPECT_TRUE(Temporaries(outDir).empty());
 
-    TEST_F(CliTest, EndedRunsLeaveNoTemporaries) {
-        const std::string in = dir.File("in.wav");
-        WriteTone(in, 8000, 100);
-        // A long conversion: a hang-up stops it like Ctrl+C, and it cleans up.
-        const std::string longIn = dir.File("long.wav");
-        WriteTone(longIn, 8000, 8000 * 120);
-        const std::filesystem::path outDir = dir.Path() / "out";
-        std::filesystem::create_directory(outDir);
-        const std::vector<std::string> longConvert = {
-            "convert", longIn, (outDir / "o.wav").string(), "--rate", "192000", "--bits", "32"};
-        pid_t pid = StartCli(longConvert);
-        ASSERT_TRUE(WaitForTemporary(outDir));
-        ::kill(pid, SIGHUP);
-        int status = 0;
-        ::waitpid(pid, &status, 0);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 130) << status;
-        EXPECT_TRUE(Temporaries(outDir).empty());
+    // A killed one leaves its temporary; the next writer into the folder removes it.
+    pid = StartCli(longConvert);
+    ASSERT_TRUE(WaitForTemporary(outDir));
+    ::kill(pid, SIGKILL);
+    ::waitpid(pid, &status, 0);
+    ASSERT_EQ(Temporaries(outDir).size(), 1u);
+    ASSERT_EQ(Cli("convert " + Q(in) + " " + Q((outDir / "small.wav").string())).code, 0);
+    EXPECT_TRUE(Temporaries(outDir).empty());
+    EXPECT_FALSE(std::filesystem::exists(outDir / "o.wav"));
+}
 
-        // A killed one leaves its temporary; the next writer into the folder removes it.
-        pid = StartCli(longConvert);
-        ASSERT_TRUE(WaitForTemporary(outDir));
-        ::kill(pid, SIGKILL);
-        ::waitpid(pid, &status, 0);
-        ASSERT_EQ(Temporaries(outDir).size(), 1u);
-        ASSERT_EQ(Cli("convert " + Q(in) + " " + Q((outDir / "small.wav").string())).code, 0);
-        EXPECT_TRUE(Temporaries(outDir).empty());
-        EXPECT_FALSE(std::filesystem::exists(outDir / "o.wav"));
-    }
+TEST_F(CliTest, FailuresSayWhy) {
+    const std::string in = dir.File("in.wav");
+    WriteTone(in, 100, 100);
+    std::filesystem::create_directory(dir.Path() / "folder");
+    std::string err = CliStderr("convert " + Q(in) + " " + Q(dir.File("folder")));
+    EXPECT_NE(err.find("It is a folder"), std::string::npos) << err;
+    EXPECT_EQ(err.find("disk full"), std::string::npos) << err;
+    err = CliStderr("convert " + Q(in) + " " + Q(dir.File("o.wav")) + " --rate 196000");
+    EXPECT_NE(err.find("from 100 Hz to 196000 Hz: the rates are too far apart"), std::string::npos)
+        << err;
 
-    TEST_F(CliTest, FailuresSayWhy) {
-        const std::string in = dir.File("in.wav");
-        WriteTone(in, 100, 100);
-        std::filesystem::create_directory(dir.Path() / "folder");
-        std::string err = CliStderr("convert " + Q(in) + " " + Q(dir.File("folder")));
-        EXPECT_NE(err.find("It is a folder"), std::string::npos) << err;
-        EXPECT_EQ(err.find("disk full"), std::string::npos) << err;
-        err = CliStderr("convert " + Q(in) + " " + Q(dir.File("o.wav")) + " --rate 196000");
-        EXPECT_NE(err.find("from 100 Hz to 196000 Hz: the rates are too far apart"),
-                  std::string::npos)
-            << err;
-
-        // A pipe is refused at once (the timeout ends the run should it wait for a writer).
-        ASSERT_EQ(::mkfifo(dir.File("pipe.wav").c_str(), 0600), 0);
-        testing::CliResult r = testing::RunShell("timeout -s KILL 10 " + std::string(OSMERA_CLI) +
-                                                 " info " + Q(dir.File("pipe.wav")) + " 2>&1");
-        EXPECT_EQ(r.code, 1);
-        EXPECT_NE(r.out.find("It is a pipe (FIFO), not a regular file."), std::string::npos)
-            << r.out;
-    }
+    // A pipe is refused at once (the timeout ends the run should it wait for a writer).
+    ASSERT_EQ(::mkfifo(dir.File("pipe.wav").c_str(), 0600), 0);
+    testing::CliResult r = testing::RunShell("timeout -s KILL 10 " + std::string(OSMERA_CLI) +
+                                             " info " + Q(dir.File("pipe.wav")) + " 2>&1");
+    EXPECT_EQ(r.code, 1);
+    EXPECT_NE(r.out.find("It is a pipe (FIFO), not a regular file."), std::string::npos) << r.out;
+}
 
 }  // namespace
 }  // namespace osmera
