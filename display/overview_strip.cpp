@@ -26,14 +26,14 @@ LFramesPerColumn LOverviewStrip::Fpc() const {
 }
 
 void LOverviewStrip::Recompute() {
-    auto reader = std::make_shared<LPeakReader>(model_.Document().audio);
-    length_ = reader->GetLength();
+    reader_ = std::make_shared<LPeakReader>(model_.Document().audio);
+    length_ = reader_->GetLength();
     image_ = QImage(std::max(width(), 1), std::max(height(), 1), QImage::Format_RGB32);
     image_.fill(LWaveColours::FromPalette(palette()).background);
     complete_ = false;
     worker_.Cancel();
     LPeakRequest r;
-    r.reader = std::move(reader);
+    r.reader = reader_;
     r.generation = ++generation_;
     r.fpc = Fpc();
     r.count = width();

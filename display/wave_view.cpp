@@ -53,6 +53,8 @@ bool LWaveView::ColumnHasData(int x) const {
 }
 
 bool LWaveView::IsComplete() const {
+    if (model_.HasPending())
+        return false;  // a change this view has not been told of yet
     if (!valid_)
         return true;
     if (framesMode_)
@@ -351,6 +353,7 @@ void LWaveView::AutoScroll() {
     const LOMFile& doc = model_.Document();
     const int32_t step = std::max<int32_t>(1, (doc.viewEnd - doc.viewStart) / 20);
     model_.ScrollTo(doc.viewStart + (lastX_ < 0 ? -step : step));
+    model_.Flush();  // the selection below maps pixels on the new grid
     DragTo(lastX_);
 }
 
@@ -376,6 +379,7 @@ void LWaveView::wheelEvent(QWheelEvent* event) {
         const int32_t step = std::max<int32_t>(1, (doc.viewEnd - doc.viewStart) / 8);
         model_.ScrollTo(doc.viewStart - steps * step);
     }
+    model_.Flush();  // FrameAt is on the new grid when the wheel event returns
     event->accept();
 }
 
