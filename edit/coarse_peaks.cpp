@@ -1,6 +1,7 @@
 #include "edit/coarse_peaks.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include "core/file.h"
 #include "edit/audio_cut_tank.h"
@@ -29,14 +30,41 @@ void Fold(const uint8_t* in, int64_t count, size_t bytes, std::vector<uint8_t>& 
 // Graph records are read in runs of this many while building (a multiple of kFanOut).
 constexpr int64_t kBuildRun = 16 * 4096;
 
+// Bytes of graph records kept by all peaks alive.
+
+std::atomic<int64_t> gKeptBytes{0};
+std::atomic<int64_t> gBudget{LCoarsePeaks::kKeptRecordsBudget};
+
 }  // namespace
 
-LCoarsePeaks::LCoarsePeaks(const uint8_t* records, int64_t count, uint8_t channels)
+bool LCoarsePeaks::TakeBudget(int64_t bytes) {
+    if (bytes <= 0)
+        return false;
+    if (gKeptBytes.fetch_add(bytes) + bytes <= gBudget.load())
+        return true;
+    gKeptBytes.fetch_sub(bytes);
+    return false;
+}
+
+int64_t LCoarsePeaks::SetKeptRecordsBudget(int64_t bytes) {
+    return gBudget.exchange(bytes);
+}
+
+LCoarsePeaks::LCoarsePeaks(const uint8_t* records, int64_t count, uint8_t channels,
+                           bool keepRecords)
     : channels_(std::max<uint8_t>(channels, 1)), records_(std::max<int64_t>(count, 0)) {
+    const size_t bytes = static_cast<size_t>(records_) * 2 * channels_;
     std::vector<uint8_t> level1;
-    if (records_ > 0)
+    if (records_ > 0) {
         Fold(records, records_, size_t{2} * channels_, level1);
+        if (keepRecords && TakeBudget(static_cast<int64_t>(bytes)))
+            kept_.assign(records, records + bytes);
+    }
     BuildLevels(std::move(level1));
+}
+
+LCoarsePeaks::~LCoarsePeaks() {
+    gKeptBytes.fetch_sub(static_cast<int64_t>(kept_.size()));
 }
 
 void LCoarsePeaks::BuildLevels(std::vector<uint8_t> level1) {
@@ -62,6 +90,8 @@ std::shared_ptr<const LCoarsePeaks> LCoarsePeaks::FromGraphFile(const std::strin
     if (path.empty() || !file.Open(path, LFile::Mode::kRead))
         return peaks;  // reads as silence, as the graph path does
     const size_t bytes = size_t{2} * channels;
+    const int64_t size = file.Size();
+    const bool keep = TakeBudget(size);
     std::vector<uint8_t> run(static_cast<size_t>(kBuildRun) * bytes);
     std::vector<uint8_t> level1;
     int64_t records = 0;
@@ -71,11 +101,21 @@ std::shared_ptr<const LCoarsePeaks> LCoarsePeaks::FromGraphFile(const std::strin
             break;
         // A torn last record keeps the bytes it has, the rest reading as zeros.
         const int64_t n = (got + static_cast<int64_t>(bytes) - 1) / static_cast<int64_t>(bytes);
-        std::fill(run.begin() + got, run.begin() + static_cast<int64_t>(n * bytes), 0);
+        const size_t runBytes = static_cast<size_t>(n) * bytes;
+        std::fill(run.begin() + got, run.begin() + static_cast<ptrdiff_t>(runBytes), 0);
         Fold(run.data(), n, bytes, level1);
+        if (keep && peaks->kept_.size() + runBytes <= static_cast<size_t>(size))
+            peaks->kept_.insert(peaks->kept_.end(), run.begin(),
+                                run.begin() + static_cast<ptrdiff_t>(runBytes));
         records += n;
         if (got < static_cast<int64_t>(run.size()))
             break;
+    }
+    if (keep) {
+        // Kept only when it is all the file held (and no more than was measured).
+        if (peaks->kept_.size() != static_cast<size_t>(records) * bytes)
+            peaks->kept_.clear();
+        gKeptBytes.fetch_sub(size - static_cast<int64_t>(peaks->kept_.size()));
     }
     peaks->records_ = records;
     peaks->BuildLevels(std::move(level1));
@@ -84,6 +124,11 @@ std::shared_ptr<const LCoarsePeaks> LCoarsePeaks::FromGraphFile(const std::strin
 
 void LCoarsePeaks::ScanFine(int64_t lo, int64_t hi, LGraphBlockSource& fine, uint8_t* acc) const {
     const size_t bytes = size_t{2} * channels_;
+    if (!kept_.empty()) {
+        for (int64_t i = lo; i <= hi; ++i)
+            MaxInto(acc, &kept_[static_cast<size_t>(i) * bytes], bytes);
+        return;
+    }
     while (lo <= hi) {
         const int64_t block = lo / kFanOut;
         const int64_t end = std::min(hi, block * kFanOut + kFanOut - 1);

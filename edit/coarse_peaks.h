@@ -7,8 +7,13 @@
 // gets a small pyramid in memory: level 1 holds the byte-wise maximum of every 16 graph
 // records, level 2 of every 16 level-1 records, level 3 of every 16 level-2 records (4096,
 // 65536 and 1048576 frames). The maximum over any run of graph records is then a few coarse
-// records plus at most 15 graph records at each end, which the caller reads from the file.
-// The result is exactly the maximum of the graph records of the run.
+// records plus at most 15 graph records at each end. The result is exactly the maximum of
+// the graph records of the run.
+//
+// The graph records themselves are kept in memory too while all kept records of the process
+// stay within a budget, kKeptRecordsBudget (the page cache holds them anyway, and one small read
+// per column costs more than the rest of the work); beyond it the ends of a run are read from the
+// file through the caller's LGraphBlockSource.
 //
 // A cut's files never change once written, but its number is reused after its last
 // reference goes. The cache therefore keeps the peaks of a cut only while some holder (a
@@ -46,15 +51,25 @@ class LCoarsePeaks {
     // Records per coarse record, at every level.
     static constexpr int64_t kFanOut = 16;
     static constexpr int kLevels = 3;
+    // Bytes of graph records that all cuts' peaks together keep in memory at most.
+    static constexpr int64_t kKeptRecordsBudget = int64_t{64} << 20;
+    // Changes that limit for peaks built from now on (tests use 0); returns the old one.
+    static int64_t SetKeptRecordsBudget(int64_t bytes);
 
-    // The pyramid of `count` graph records of `channels` channels held in `records`.
-    LCoarsePeaks(const uint8_t* records, int64_t count, uint8_t channels);
+    // The pyramid of `count` graph records of `channels` channels held in `records`, keeping
+    // a copy of the records when `keepRecords` (and the budget allows).
+    LCoarsePeaks(const uint8_t* records, int64_t count, uint8_t channels, bool keepRecords);
+    ~LCoarsePeaks();
+    LCoarsePeaks(const LCoarsePeaks&) = delete;
+    LCoarsePeaks& operator=(const LCoarsePeaks&) = delete;
     // Reads the graph file whole; a missing file gives a cut without records (silence).
     static std::shared_ptr<const LCoarsePeaks> FromGraphFile(const std::string& path,
                                                              uint8_t channels);
 
     int64_t GetRecords() const { return records_; }
     uint8_t GetChannels() const { return channels_; }
+    // True when the graph records are kept in memory (no reads through the block source).
+    bool KeepsRecords() const { return !kept_.empty(); }
 
     // Raises `acc` (channels * 2 bytes, one record) to the byte-wise maximum of itself and
     // the graph records [lo, hi] (records past the end count as zeros).
@@ -66,9 +81,12 @@ class LCoarsePeaks {
     void BuildLevels(std::vector<uint8_t> level1);
     void LevelRangeMax(int level, int64_t lo, int64_t hi, uint8_t* acc) const;
     void ScanFine(int64_t lo, int64_t hi, LGraphBlockSource& fine, uint8_t* acc) const;
+    // Takes `bytes` of the budget for kept records; false when they do not fit.
+    static bool TakeBudget(int64_t bytes);
 
     uint8_t channels_;
     int64_t records_;
+    std::vector<uint8_t> kept_;  // the graph records, or empty
     // levels_[k - 1] is level k; sizes_[k - 1] its number of records.
     std::vector<std::vector<uint8_t>> levels_;
     std::vector<int64_t> sizes_;

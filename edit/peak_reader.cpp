@@ -1,5 +1,8 @@
 #include "edit/peak_reader.h"
 
+#include <errno.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <limits>
 #include <numeric>
@@ -120,11 +123,28 @@ void LPeakReader::ReadGraphRecords(uint16_t ref, int64_t from, int64_t count,
 }
 
 const uint8_t* LPeakReader::GraphBlock(int64_t block) {
-    if (block != blockIndex_) {
+    if (block == blockIndex_)
+        return block_.data();
+    const size_t bytes = size_t{2} * GetChannels() * LCoarsePeaks::kFanOut;
+    if (openGrf_ != blockRef_ || !grf_.IsOpen()) {
         ReadGraphRecords(blockRef_, block * LCoarsePeaks::kFanOut, LCoarsePeaks::kFanOut, block_);
         // A file that did not open reads as zeros and is tried again next time.
         blockIndex_ = openGrf_ == blockRef_ ? block : -1;
+        return block_.data();
     }
+    // One positioned read: this runs once per column of a wide view.
+    block_.assign(bytes, 0);
+    size_t got = 0;
+    while (got < bytes) {
+        const ssize_t n = ::pread(grf_.Descriptor(), block_.data() + got, bytes - got,
+                                  static_cast<off_t>(block * static_cast<int64_t>(bytes) + got));
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            break;  // the end of the file, or a failure: the rest reads as zeros
+        got += static_cast<size_t>(n);
+    }
+    blockIndex_ = block;
     return block_.data();
 }
 

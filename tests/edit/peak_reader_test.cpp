@@ -165,8 +165,12 @@ TEST(CoarsePeaksTest, RangeMaxEqualsTheMaximumOfTheRecords) {
     std::vector<uint8_t> records(static_cast<size_t>(kRecords) * kBytes);
     for (auto& b : records)
         b = static_cast<uint8_t>(random() % 1000 == 0 ? random() % 256 : random() % 8);
-    const LCoarsePeaks peaks(records.data(), kRecords, 3);
+    // The run ends read through the block source, and from records kept in memory.
+    const LCoarsePeaks peaks(records.data(), kRecords, 3, false);
+    const LCoarsePeaks keeping(records.data(), kRecords, 3, true);
     EXPECT_EQ(peaks.GetRecords(), kRecords);
+    EXPECT_FALSE(peaks.KeepsRecords());
+    EXPECT_TRUE(keeping.KeepsRecords());
     MemoryBlocks blocks(records, kBytes);
     auto check = [&](int64_t lo, int64_t hi) {
         uint8_t want[kBytes] = {}, got[kBytes] = {};
@@ -175,6 +179,11 @@ TEST(CoarsePeaksTest, RangeMaxEqualsTheMaximumOfTheRecords) {
                 want[k] = std::max(want[k], records[static_cast<size_t>(i) * kBytes + k]);
         peaks.RangeMax(lo, hi, blocks, got);
         EXPECT_TRUE(std::equal(want, want + kBytes, got)) << lo << ".." << hi;
+        const int reads = blocks.reads;
+        std::fill_n(got, kBytes, uint8_t{0});
+        keeping.RangeMax(lo, hi, blocks, got);
+        EXPECT_TRUE(std::equal(want, want + kBytes, got)) << lo << ".." << hi << " kept";
+        EXPECT_EQ(blocks.reads, reads);
     };
     for (auto [lo, hi] : std::vector<std::pair<int64_t, int64_t>>{{0, 0},
                                                                   {0, kRecords - 1},
@@ -228,20 +237,26 @@ TEST_F(PeakReaderTest, CoarsePeaksGiveWhatEveryRecordGives) {
         int64_t first;
         int32_t count;
     };
-    for (const LCutListAudio* l : std::vector<const LCutListAudio*>{&whole, &list}) {
-        LPeakReader coarse(*l), plain(*l);
-        plain.UseCoarsePeaks(false);
-        std::vector<LPeakRange> a, b;
-        for (const Case& c : {Case{LFramesPerColumn::Of(l->GetLength(), 1920), 0, 1920},
-                              Case{LFramesPerColumn::Of(65536, 1), 3, 37},
-                              Case{LFramesPerColumn::Of(1000003, 7), -2, 30},
-                              Case{LFramesPerColumn::Of(300000, 1), 5, 20},  // past the end
-                              Case{LFramesPerColumn::Of(l->GetLength(), 3), 0, 3}}) {
-            coarse.ReadPeaks(c.fpc, c.first, c.count, a);
-            plain.ReadPeaks(c.fpc, c.first, c.count, b);
-            EXPECT_EQ(a, b) << c.fpc.num << "/" << c.fpc.den << " from " << c.first;
+    // Graph records kept in memory, then read from the files at the ends of each column.
+    for (const int64_t budget : {LCoarsePeaks::kKeptRecordsBudget, int64_t{0}}) {
+        LCoarsePeaks::SetKeptRecordsBudget(budget);
+        for (const LCutListAudio* l : std::vector<const LCutListAudio*>{&whole, &list}) {
+            LPeakReader coarse(*l), plain(*l);
+            plain.UseCoarsePeaks(false);
+            std::vector<LPeakRange> a, b;
+            for (const Case& c : {Case{LFramesPerColumn::Of(l->GetLength(), 1920), 0, 1920},
+                                  Case{LFramesPerColumn::Of(65536, 1), 3, 37},
+                                  Case{LFramesPerColumn::Of(1000003, 7), -2, 30},
+                                  Case{LFramesPerColumn::Of(300000, 1), 5, 20},  // past the end
+                                  Case{LFramesPerColumn::Of(l->GetLength(), 3), 0, 3}}) {
+                coarse.ReadPeaks(c.fpc, c.first, c.count, a);
+                plain.ReadPeaks(c.fpc, c.first, c.count, b);
+                EXPECT_EQ(a, b) << c.fpc.num << "/" << c.fpc.den << " from " << c.first << ", "
+                                << budget;
+            }
         }
     }
+    LCoarsePeaks::SetKeptRecordsBudget(LCoarsePeaks::kKeptRecordsBudget);
     EXPECT_EQ(LCoarsePeakCache::Instance().GetEntries(), 0u);  // no reader holds a cut
 }
 
