@@ -91,8 +91,13 @@ void LWaveView::SyncGrid(bool force) {
         peaks_.assign(static_cast<size_t>(w) * channels_, LPeakRange{});
         state_.assign(static_cast<size_t>(w), kMissing);
         samplesState_ = kMissing;
-        image_ = QImage(std::max(w, 1), std::max(h, 1), QImage::Format_RGB32);
-        RenderAll();
+        if (image_.width() != std::max(w, 1) || image_.height() != std::max(h, 1) || !valid) {
+            image_ = QImage(std::max(w, 1), std::max(h, 1), QImage::Format_RGB32);
+            RenderAll();
+        }
+        // Otherwise the old picture stays until the new columns arrive (every column is
+        // asked for and drawn with its result): no flash of an empty view, no column drawn
+        // twice.
     } else if (first != first_) {
         // Same grid, new first column: keep the columns that stay in view, move the image.
         const int64_t d = first_ - first;  // > 0: the content moves right
