@@ -49,11 +49,13 @@ void LOverviewStrip::OnResults() {
     for (const LPeakResult& result : worker_.TakeResults()) {
         if (result.request.generation != generation_)
             continue;
-        for (int x = 0; x < result.request.count && x < image_.width(); ++x) {
-            LWaveRenderer::DrawColumn(image_, x,
-                                      &result.peaks[static_cast<size_t>(x) * layout.channels],
-                                      length_ > 0, layout, colours);
+        const int n = std::min(result.request.count, image_.width());
+        std::vector<const LPeakRange*> columns(static_cast<size_t>(std::max(n, 0)));
+        for (int x = 0; x < n; ++x) {
+            columns[static_cast<size_t>(x)] =
+                length_ > 0 ? &result.peaks[static_cast<size_t>(x) * layout.channels] : nullptr;
         }
+        LWaveRenderer::DrawColumns(image_, 0, n, columns.data(), layout, colours);
         complete_ = true;
     }
     update();

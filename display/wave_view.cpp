@@ -123,8 +123,10 @@ void LWaveView::SyncGrid(bool force) {
                 p.drawImage(static_cast<int>(d), 0, image_);
             }
             image_ = std::move(moved);
-            for (int x = 0; x < n; ++x)
-                RenderColumn(d > 0 ? x : w - 1 - x);
+            if (d > 0)
+                RenderColumns(0, n);
+            else
+                RenderColumns(w - n, w);
         }
         samplesState_ = kMissing;
         if (framesMode_)
@@ -192,17 +194,18 @@ void LWaveView::OnResults() {
             continue;
         }
         const size_t c = static_cast<size_t>(channels_);
-        for (int32_t i = 0; i < r.count; ++i) {
-            const int64_t x = r.first + i - first_;
-            if (x < 0 || x >= static_cast<int64_t>(state_.size()))
-                continue;
-            std::copy_n(&result.peaks[static_cast<size_t>(i) * c], c,
+        const int64_t x0 = std::max<int64_t>(r.first - first_, 0);
+        const int64_t x1 = std::min<int64_t>(r.first + r.count - first_, state_.size());
+        if (x0 >= x1)
+            continue;
+        for (int64_t x = x0; x < x1; ++x) {
+            std::copy_n(&result.peaks[static_cast<size_t>(x - (r.first - first_)) * c], c,
                         &peaks_[static_cast<size_t>(x) * c]);
             state_[static_cast<size_t>(x)] = kDone;
-            RenderColumn(static_cast<int>(x));
-            lo = std::min(lo, static_cast<int>(x));
-            hi = std::max(hi, static_cast<int>(x));
         }
+        RenderColumns(static_cast<int>(x0), static_cast<int>(x1));
+        lo = std::min(lo, static_cast<int>(x0));
+        hi = std::max(hi, static_cast<int>(x1 - 1));
     }
     if (hi >= lo) {
         update(QRect(lo, 0, hi - lo + 1, height()));
@@ -239,14 +242,22 @@ void LWaveView::OnAudioChanged(int32_t from, int32_t to) {
     SyncGrid(channelsChanged);
 }
 
-void LWaveView::RenderColumn(int x) {
+void LWaveView::RenderColumns(int x0, int x1) {
     if (framesMode_)
         return;  // drawn whole by RenderAll
-    const bool done =
-        static_cast<size_t>(x) < state_.size() && state_[static_cast<size_t>(x)] == kDone;
+    x0 = std::max(x0, 0);
+    x1 = std::min(x1, static_cast<int>(state_.size()));
+    if (x0 >= x1)
+        return;
     static const LPeakRange kFlat[2] = {};
-    LWaveRenderer::DrawColumn(image_, x, done ? &peaks_[static_cast<size_t>(x) * channels_] : kFlat,
-                              ColumnHasData(x), Layout(), colours_);
+    std::vector<const LPeakRange*> columns(static_cast<size_t>(x1 - x0));
+    for (int x = x0; x < x1; ++x) {
+        const size_t i = static_cast<size_t>(x);
+        columns[i - x0] = !ColumnHasData(x)    ? nullptr
+                          : state_[i] == kDone ? &peaks_[i * channels_]
+                                               : kFlat;
+    }
+    LWaveRenderer::DrawColumns(image_, x0, x1 - x0, columns.data(), Layout(), colours_);
 }
 
 void LWaveView::RenderAll() {
@@ -261,8 +272,7 @@ void LWaveView::RenderAll() {
                                   samplesFrom_, fpc_, first_, length_, Layout(), colours_);
         return;
     }
-    for (int x = 0; x < image_.width(); ++x)
-        RenderColumn(x);
+    RenderColumns(0, image_.width());
 }
 
 void LWaveView::paintEvent(QPaintEvent* event) {

@@ -7,7 +7,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <memory>
 #include <random>
+#include <thread>
 
 #include "edit/coarse_peaks.h"
 
@@ -271,6 +274,35 @@ TEST_F(PeakReaderTest, CoarsePeaksFollowAReusedCutNumber) {
         reader.ReadPeaks(fpc, 0, 2, got);
         EXPECT_EQ(got[0].max, GraphPeakByte(level) << 11) << level;
     }
+}
+
+TEST_F(PeakReaderTest, ReadersOnTwoThreadsShareTheCoarsePeaks) {
+    // Snapshots made and dropped on this thread while two workers read theirs: every result
+    // is the same, and the cache ends empty.
+    const LCutListAudio list = Written(std::vector<int32_t>(2 * 300000, 300000), 2);
+    const auto fpc = LFramesPerColumn::Of(300000, 4);
+    std::vector<LPeakRange> want;
+    {
+        LPeakReader plain(list);
+        plain.UseCoarsePeaks(false);
+        plain.ReadPeaks(fpc, 0, 4, want);
+    }
+    std::atomic<int> mismatches{0};
+    auto work = [&] {
+        for (int i = 0; i < 20; ++i) {
+            auto reader = std::make_unique<LPeakReader>(list);
+            std::vector<LPeakRange> got;
+            reader->ReadPeaks(fpc, 0, 4, got);
+            mismatches += got != want;
+        }
+    };
+    std::thread a(work), b(work);
+    for (int i = 0; i < 20; ++i)
+        LPeakReader snapshot(list);
+    a.join();
+    b.join();
+    EXPECT_EQ(mismatches.load(), 0);
+    EXPECT_EQ(LCoarsePeakCache::Instance().GetEntries(), 0u);
 }
 
 }  // namespace
