@@ -1,6 +1,8 @@
 #include "display/document_model.h"
 
+#include <QMetaObject>
 #include <algorithm>
+#include <utility>
 
 namespace osmera {
 
@@ -11,7 +13,7 @@ void LDocumentModel::SetCursor(int32_t frame) {
     if (frame == doc_.cursor)
         return;
     doc_.cursor = frame;
-    emit cursorChanged();
+    Post(kCursor);
 }
 
 void LDocumentModel::SetSelection(int32_t a, int32_t b) {
@@ -21,7 +23,7 @@ void LDocumentModel::SetSelection(int32_t a, int32_t b) {
     const int32_t oldStart = doc_.selStart, oldEnd = doc_.selEnd;
     doc_.SetSelection(a, b);
     if (doc_.selStart != oldStart || doc_.selEnd != oldEnd)
-        emit selectionChanged();
+        Post(kSelection);
 }
 
 void LDocumentModel::SetView(int32_t start, int32_t end) {
@@ -31,7 +33,7 @@ void LDocumentModel::SetView(int32_t start, int32_t end) {
         return;
     doc_.viewStart = start;
     doc_.viewEnd = end;
-    emit viewChanged();
+    Post(kView);
 }
 
 int32_t LDocumentModel::MinimumSpan() const {
@@ -91,25 +93,61 @@ void LDocumentModel::ZoomFull() {
 
 void LDocumentModel::VerticalZoom() {
     verticalScale_ = verticalScale_ >= 16 ? 1 : verticalScale_ * 2;
-    emit displayChanged();
+    Post(kDisplay);
 }
 
 void LDocumentModel::SetDisplayMode(LWaveDisplayMode mode) {
     if (mode == displayMode_)
         return;
     displayMode_ = mode;
-    emit displayChanged();
+    Post(kDisplay);
 }
 
 void LDocumentModel::NotifyAudioChanged(int32_t from, int32_t to) {
-    emit audioChanged(from, to);
+    from = std::max(from, 0);
+    if (pending_ & kAudio) {
+        // The union of the ranges: a length change anywhere reaches the end.
+        audioFrom_ = std::min(audioFrom_, from);
+        audioTo_ = (to < 0 || audioTo_ < 0) ? -1 : std::max(audioTo_, to);
+    } else {
+        audioFrom_ = from;
+        audioTo_ = to < 0 ? -1 : to;
+    }
+    Post(kAudio);
     NotifyStateChanged();
 }
 
 void LDocumentModel::NotifyStateChanged() {
-    emit cursorChanged();
-    emit selectionChanged();
-    emit viewChanged();
+    Post(kView | kSelection | kCursor);
+}
+
+void LDocumentModel::Post(uint8_t what) {
+    pending_ |= what;
+    if (queued_)
+        return;
+    queued_ = true;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            queued_ = false;
+            Flush();
+        },
+        Qt::QueuedConnection);
+}
+
+void LDocumentModel::Flush() {
+    // Taken first: a handler that changes the model again posts a new round.
+    const uint8_t what = std::exchange(pending_, 0);
+    if (what & kAudio)
+        emit audioChanged(audioFrom_, audioTo_);
+    if (what & kView)
+        emit viewChanged();
+    if (what & kSelection)
+        emit selectionChanged();
+    if (what & kCursor)
+        emit cursorChanged();
+    if (what & kDisplay)
+        emit displayChanged();
 }
 
 }  // namespace osmera

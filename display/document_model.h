@@ -5,7 +5,12 @@
 // The engine's controller changes audio (edits, effects, undo) and reports it through
 // LDocumentListener; the frame forwards each report to the document's model with
 // NotifyAudioChanged / NotifyStateChanged, and every view listening to the model redraws.
-// Signals of one event-loop turn are merged, so a burst of changes repaints once.
+// Signals of one event-loop turn are merged, so a burst of changes repaints once: every
+// change only marks its signal pending, and the pending signals are emitted together when
+// control returns to the event loop (audioChanged first, with the union of the changed
+// ranges, then viewChanged, selectionChanged, cursorChanged, displayChanged), or at once by
+// Flush. A view that maps pixels to frames right after changing the view (mouse and wheel
+// handlers) calls Flush, so that its own mapping is current before it returns.
 //
 // Ownership: the model borrows the document (the controller owns it) and must be destroyed
 // before it. Threads: GUI thread only.
@@ -63,6 +68,11 @@ class LDocumentModel : public QObject {
     // Cursor, selection or view fields of the document were written by the engine.
     void NotifyStateChanged();
 
+    // Emits the pending signals now rather than at the end of this event-loop turn.
+    void Flush();
+    // True while some change has not been signalled yet.
+    bool HasPending() const { return pending_ != 0; }
+
   signals:
     void audioChanged(int32_t from, int32_t to);
     void selectionChanged();
@@ -72,9 +82,24 @@ class LDocumentModel : public QObject {
     void displayChanged();
 
   private:
+    enum Pending : uint8_t {
+        kAudio = 1,
+        kView = 2,
+        kSelection = 4,
+        kCursor = 8,
+        kDisplay = 16,
+    };
+    // Marks signals pending and makes sure a flush is queued for the end of this turn.
+    void Post(uint8_t what);
+
     LOMFile& doc_;
     // The view [start, start + span) with the span limited and the start kept in the audio.
     void SetSpanAt(int64_t start, int64_t span);
+
+    uint8_t pending_ = 0;
+    bool queued_ = false;
+    int32_t audioFrom_ = 0;
+    int32_t audioTo_ = 0;  // -1: up to the end
 
     int verticalScale_ = 1;
     int viewColumns_ = 1000;

@@ -26,14 +26,14 @@ LFramesPerColumn LOverviewStrip::Fpc() const {
 }
 
 void LOverviewStrip::Recompute() {
-    auto reader = std::make_shared<LPeakReader>(model_.Document().audio);
-    length_ = reader->GetLength();
+    reader_ = std::make_shared<LPeakReader>(model_.Document().audio);
+    length_ = reader_->GetLength();
     image_ = QImage(std::max(width(), 1), std::max(height(), 1), QImage::Format_RGB32);
     image_.fill(LWaveColours::FromPalette(palette()).background);
     complete_ = false;
     worker_.Cancel();
     LPeakRequest r;
-    r.reader = std::move(reader);
+    r.reader = reader_;
     r.generation = ++generation_;
     r.fpc = Fpc();
     r.count = width();
@@ -49,11 +49,13 @@ void LOverviewStrip::OnResults() {
     for (const LPeakResult& result : worker_.TakeResults()) {
         if (result.request.generation != generation_)
             continue;
-        for (int x = 0; x < result.request.count && x < image_.width(); ++x) {
-            LWaveRenderer::DrawColumn(image_, x,
-                                      &result.peaks[static_cast<size_t>(x) * layout.channels],
-                                      length_ > 0, layout, colours);
+        const int n = std::min(result.request.count, image_.width());
+        std::vector<const LPeakRange*> columns(static_cast<size_t>(std::max(n, 0)));
+        for (int x = 0; x < n; ++x) {
+            columns[static_cast<size_t>(x)] =
+                length_ > 0 ? &result.peaks[static_cast<size_t>(x) * layout.channels] : nullptr;
         }
+        LWaveRenderer::DrawColumns(image_, 0, n, columns.data(), layout, colours);
         complete_ = true;
     }
     update();

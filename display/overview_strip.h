@@ -22,7 +22,7 @@ class LOverviewStrip : public QWidget {
     ~LOverviewStrip() override;
 
     // True when the whole strip is computed and drawn.
-    bool IsComplete() const { return complete_; }
+    bool IsComplete() const { return complete_ && !model_.HasPending(); }
 
   protected:
     void paintEvent(QPaintEvent* event) override;
@@ -38,6 +38,9 @@ class LOverviewStrip : public QWidget {
 
     LDocumentModel& model_;
     LPeakWorker worker_;
+    // The latest snapshot, kept until the next one is made so that the cuts both show keep
+    // their coarse peaks across an edit.
+    std::shared_ptr<LPeakReader> reader_;
     uint64_t generation_ = 0;
     int32_t length_ = 0;
     QImage image_;

@@ -38,39 +38,57 @@ int LWaveRenderer::ValueToY(int32_t value, int lane, int height, const LWaveLayo
 
 void LWaveRenderer::DrawColumn(QImage& image, int x, const LPeakRange* peaks, bool hasData,
                                const LWaveLayout& layout, const LWaveColours& colours) {
+    const LPeakRange* column = hasData ? peaks : nullptr;
+    DrawColumns(image, x, 1, &column, layout, colours);
+}
+
+void LWaveRenderer::DrawColumns(QImage& image, int x0, int count, const LPeakRange* const* columns,
+                                const LWaveLayout& layout, const LWaveColours& colours) {
     const int height = image.height();
-    if (x < 0 || x >= image.width() || height <= 0)
+    const int begin = std::max(x0, 0), end = std::min(x0 + count, image.width());
+    if (begin >= end || height <= 0)
         return;
-    QRgb* bits = reinterpret_cast<QRgb*>(image.bits()) + x;
-    const qsizetype stride = image.bytesPerLine() / 4;
-    auto fill = [&](int y0, int y1, QRgb c) {  // rows [y0, y1]
-        y0 = std::max(y0, 0);
-        y1 = std::min(y1, height - 1);
-        for (int y = y0; y <= y1; ++y)
-            bits[y * stride] = c;
-    };
-    if (!hasData) {
-        fill(0, height - 1, colours.outside);
-        return;
-    }
-    fill(0, height - 1, colours.background);
     const int lanes = Lanes(layout);
-    for (int lane = 0; lane < lanes; ++lane) {
-        const int mid = ValueToY(0, lane, height, layout);
-        fill(mid, mid, colours.centre);
-        if (lane > 0)
-            fill(lane * height / lanes, lane * height / lanes, colours.laneEdge);
-        if (lanes == 1 && layout.channels == 2) {
-            // Left channel upward, right channel downward, each as its largest magnitude.
-            const int32_t left = std::max(peaks[0].max, -peaks[0].min);
-            const int32_t right = std::max(peaks[1].max, -peaks[1].min);
-            fill(ValueToY(left, 0, height, layout), mid, colours.wave);
-            fill(mid, ValueToY(-right, 0, height, layout), colours.wave);
+    const bool leftRight = lanes == 1 && layout.channels == 2;
+    const size_t n = static_cast<size_t>(end - begin);
+    columns += begin - x0;
+    // The wave's rows [top, bottom] of each lane of each column (top > bottom: none).
+    std::vector<int> top(n * lanes, 1), bottom(n * lanes, 0);
+    for (size_t i = 0; i < n; ++i) {
+        const LPeakRange* p = columns[i];
+        if (p == nullptr)
             continue;
+        for (int lane = 0; lane < lanes; ++lane) {
+            const size_t k = i * lanes + lane;
+            if (leftRight) {
+                // Left channel upward, right channel downward, each as its largest magnitude.
+                const int32_t left = std::max(p[0].max, -p[0].min);
+                const int32_t right = std::max(p[1].max, -p[1].min);
+                top[k] = ValueToY(left, 0, height, layout);
+                bottom[k] = ValueToY(-right, 0, height, layout);
+            } else {
+                top[k] = ValueToY(p[lane].max, lane, height, layout);
+                bottom[k] = ValueToY(p[lane].min, lane, height, layout);
+            }
         }
-        const LPeakRange& p = peaks[lane];
-        fill(ValueToY(p.max, lane, height, layout), ValueToY(p.min, lane, height, layout),
-             colours.wave);
+    }
+    for (int lane = 0; lane < lanes; ++lane) {
+        const int laneTop = lane * height / lanes;
+        const int laneBottom = (lane + 1) * height / lanes - 1;
+        const int mid = ValueToY(0, lane, height, layout);
+        for (int y = laneTop; y <= laneBottom; ++y) {
+            // Under the wave: the line between lanes, the middle line, or the background.
+            const QRgb under = (lane > 0 && y == laneTop) ? colours.laneEdge
+                               : y == mid                 ? colours.centre
+                                                          : colours.background;
+            QRgb* row = reinterpret_cast<QRgb*>(image.scanLine(y)) + begin;
+            for (size_t i = 0; i < n; ++i) {
+                const size_t k = i * lanes + lane;
+                row[i] = columns[i] == nullptr             ? colours.outside
+                         : (y >= top[k] && y <= bottom[k]) ? colours.wave
+                                                           : under;
+            }
+        }
     }
 }
 
@@ -81,10 +99,12 @@ void LWaveRenderer::DrawFrames(QImage& image, const std::vector<int32_t>& sample
     const int width = image.width(), height = image.height();
     const int channels = std::max(layout.channels, 1);
     const LPeakRange none[2] = {};
+    std::vector<const LPeakRange*> columns(static_cast<size_t>(std::max(width, 0)));
     for (int x = 0; x < width; ++x) {
         const int64_t f = fpc.Boundary(firstColumn + x);
-        DrawColumn(image, x, none, f >= 0 && f < length, layout, colours);
+        columns[static_cast<size_t>(x)] = f >= 0 && f < length ? none : nullptr;
     }
+    DrawColumns(image, 0, width, columns.data(), layout, colours);
     const int64_t frames = static_cast<int64_t>(samples.size()) / channels;
     if (frames == 0)
         return;

@@ -37,6 +37,11 @@ class LWaveRenderer {
     // Column x of `image` from `peaks` (one per channel), or the no-data colour.
     static void DrawColumn(QImage& image, int x, const LPeakRange* peaks, bool hasData,
                            const LWaveLayout& layout, const LWaveColours& colours);
+    // Columns [x0, x0 + count) of `image`, column x0 + i from columns[i] (one LPeakRange per
+    // channel; null for the no-data colour). Drawn row by row, so that a run of columns
+    // costs one pass over the image's memory rather than one per column.
+    static void DrawColumns(QImage& image, int x0, int count, const LPeakRange* const* columns,
+                            const LWaveLayout& layout, const LWaveColours& colours);
     // The whole image from single frames: `samples` (interleaved) holds frames from
     // `firstFrame` on, frame f being centred at x = (f + 0.5) * den / num - firstColumn;
     // `length` is the audio's length (columns past it get the no-data colour).

@@ -53,6 +53,8 @@ bool LWaveView::ColumnHasData(int x) const {
 }
 
 bool LWaveView::IsComplete() const {
+    if (model_.HasPending())
+        return false;  // a change this view has not been told of yet
     if (!valid_)
         return true;
     if (framesMode_)
@@ -89,8 +91,13 @@ void LWaveView::SyncGrid(bool force) {
         peaks_.assign(static_cast<size_t>(w) * channels_, LPeakRange{});
         state_.assign(static_cast<size_t>(w), kMissing);
         samplesState_ = kMissing;
-        image_ = QImage(std::max(w, 1), std::max(h, 1), QImage::Format_RGB32);
-        RenderAll();
+        if (image_.width() != std::max(w, 1) || image_.height() != std::max(h, 1) || !valid) {
+            image_ = QImage(std::max(w, 1), std::max(h, 1), QImage::Format_RGB32);
+            RenderAll();
+        }
+        // Otherwise the old picture stays until the new columns arrive (every column is
+        // asked for and drawn with its result): no flash of an empty view, no column drawn
+        // twice.
     } else if (first != first_) {
         // Same grid, new first column: keep the columns that stay in view, move the image.
         const int64_t d = first_ - first;  // > 0: the content moves right
@@ -116,8 +123,10 @@ void LWaveView::SyncGrid(bool force) {
                 p.drawImage(static_cast<int>(d), 0, image_);
             }
             image_ = std::move(moved);
-            for (int x = 0; x < n; ++x)
-                RenderColumn(d > 0 ? x : w - 1 - x);
+            if (d > 0)
+                RenderColumns(0, n);
+            else
+                RenderColumns(w - n, w);
         }
         samplesState_ = kMissing;
         if (framesMode_)
@@ -185,17 +194,18 @@ void LWaveView::OnResults() {
             continue;
         }
         const size_t c = static_cast<size_t>(channels_);
-        for (int32_t i = 0; i < r.count; ++i) {
-            const int64_t x = r.first + i - first_;
-            if (x < 0 || x >= static_cast<int64_t>(state_.size()))
-                continue;
-            std::copy_n(&result.peaks[static_cast<size_t>(i) * c], c,
+        const int64_t x0 = std::max<int64_t>(r.first - first_, 0);
+        const int64_t x1 = std::min<int64_t>(r.first + r.count - first_, state_.size());
+        if (x0 >= x1)
+            continue;
+        for (int64_t x = x0; x < x1; ++x) {
+            std::copy_n(&result.peaks[static_cast<size_t>(x - (r.first - first_)) * c], c,
                         &peaks_[static_cast<size_t>(x) * c]);
             state_[static_cast<size_t>(x)] = kDone;
-            RenderColumn(static_cast<int>(x));
-            lo = std::min(lo, static_cast<int>(x));
-            hi = std::max(hi, static_cast<int>(x));
         }
+        RenderColumns(static_cast<int>(x0), static_cast<int>(x1));
+        lo = std::min(lo, static_cast<int>(x0));
+        hi = std::max(hi, static_cast<int>(x1 - 1));
     }
     if (hi >= lo) {
         update(QRect(lo, 0, hi - lo + 1, height()));
@@ -232,14 +242,22 @@ void LWaveView::OnAudioChanged(int32_t from, int32_t to) {
     SyncGrid(channelsChanged);
 }
 
-void LWaveView::RenderColumn(int x) {
+void LWaveView::RenderColumns(int x0, int x1) {
     if (framesMode_)
         return;  // drawn whole by RenderAll
-    const bool done =
-        static_cast<size_t>(x) < state_.size() && state_[static_cast<size_t>(x)] == kDone;
+    x0 = std::max(x0, 0);
+    x1 = std::min(x1, static_cast<int>(state_.size()));
+    if (x0 >= x1)
+        return;
     static const LPeakRange kFlat[2] = {};
-    LWaveRenderer::DrawColumn(image_, x, done ? &peaks_[static_cast<size_t>(x) * channels_] : kFlat,
-                              ColumnHasData(x), Layout(), colours_);
+    std::vector<const LPeakRange*> columns(static_cast<size_t>(x1 - x0));
+    for (int x = x0; x < x1; ++x) {
+        const size_t i = static_cast<size_t>(x);
+        columns[i - x0] = !ColumnHasData(x)    ? nullptr
+                          : state_[i] == kDone ? &peaks_[i * channels_]
+                                               : kFlat;
+    }
+    LWaveRenderer::DrawColumns(image_, x0, x1 - x0, columns.data(), Layout(), colours_);
 }
 
 void LWaveView::RenderAll() {
@@ -254,8 +272,7 @@ void LWaveView::RenderAll() {
                                   samplesFrom_, fpc_, first_, length_, Layout(), colours_);
         return;
     }
-    for (int x = 0; x < image_.width(); ++x)
-        RenderColumn(x);
+    RenderColumns(0, image_.width());
 }
 
 void LWaveView::paintEvent(QPaintEvent* event) {
@@ -351,6 +368,7 @@ void LWaveView::AutoScroll() {
     const LOMFile& doc = model_.Document();
     const int32_t step = std::max<int32_t>(1, (doc.viewEnd - doc.viewStart) / 20);
     model_.ScrollTo(doc.viewStart + (lastX_ < 0 ? -step : step));
+    model_.Flush();  // the selection below maps pixels on the new grid
     DragTo(lastX_);
 }
 
@@ -376,6 +394,7 @@ void LWaveView::wheelEvent(QWheelEvent* event) {
         const int32_t step = std::max<int32_t>(1, (doc.viewEnd - doc.viewStart) / 8);
         model_.ScrollTo(doc.viewStart - steps * step);
     }
+    model_.Flush();  // FrameAt is on the new grid when the wheel event returns
     event->accept();
 }
 

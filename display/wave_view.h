@@ -67,7 +67,8 @@ class LWaveView : public QWidget {
     void SyncGrid(bool force = false);
     void RequestMissing();
     void OnResults();
-    void RenderColumn(int x);
+    // Draws columns [x0, x1) from their peaks (flat while not computed).
+    void RenderColumns(int x0, int x1);
     void RenderAll();
     bool ColumnHasData(int x) const;
     LWaveLayout Layout() const;

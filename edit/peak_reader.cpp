@@ -1,5 +1,8 @@
 #include "edit/peak_reader.h"
 
+#include <errno.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <limits>
 #include <numeric>
@@ -75,9 +78,21 @@ int64_t LFramesPerColumn::FirstColumnFrom(int64_t frame) const {
     return -FloorDiv(-frame * den, num);
 }
 
-LPeakReader::LPeakReader(const LCutListAudio& list) : list_(list), length_(list.GetLength()) {}
+LPeakReader::LPeakReader(const LCutListAudio& list) : list_(list), length_(list.GetLength()) {
+    std::vector<bool> seen(SILENT_CUT, false);
+    for (const LAudioCut& e : list_.GetEntries()) {
+        if (!e.IsSilent() && !seen[e.ref]) {
+            seen[e.ref] = true;
+            cuts_.push_back(e.ref);
+        }
+    }
+    // list_ holds a reference on each of these cuts until after the destructor's Release.
+    LCoarsePeakCache::Instance().Hold(cuts_);
+}
 
-LPeakReader::~LPeakReader() = default;
+LPeakReader::~LPeakReader() {
+    LCoarsePeakCache::Instance().Release(cuts_);
+}
 
 void LPeakReader::ReadPeaks(LFramesPerColumn fpc, int64_t first, int32_t count,
                             std::vector<LPeakRange>& out) {
@@ -92,9 +107,10 @@ void LPeakReader::ReadPeaks(LFramesPerColumn fpc, int64_t first, int32_t count,
     }
 }
 
-void LPeakReader::ReadGraphRecords(uint16_t ref, int64_t from, int64_t count) {
+void LPeakReader::ReadGraphRecords(uint16_t ref, int64_t from, int64_t count,
+                                   std::vector<uint8_t>& into) {
     const size_t recordBytes = size_t{2} * GetChannels();
-    graph_.assign(static_cast<size_t>(count) * recordBytes, 0);
+    into.assign(static_cast<size_t>(count) * recordBytes, 0);
     if (openGrf_ != ref || !grf_.IsOpen()) {
         grf_.Close();
         openGrf_ = SILENT_CUT;
@@ -103,7 +119,70 @@ void LPeakReader::ReadGraphRecords(uint16_t ref, int64_t from, int64_t count) {
         openGrf_ = ref;
     }
     if (grf_.Seek(from * static_cast<int64_t>(recordBytes)))
-        grf_.Read(graph_.data(), static_cast<int64_t>(graph_.size()));
+        grf_.Read(into.data(), static_cast<int64_t>(into.size()));
+}
+
+const uint8_t* LPeakReader::GraphBlock(int64_t block) {
+    if (block == blockIndex_)
+        return block_.data();
+    const size_t bytes = size_t{2} * GetChannels() * LCoarsePeaks::kFanOut;
+    if (openGrf_ != blockRef_ || !grf_.IsOpen()) {
+        ReadGraphRecords(blockRef_, block * LCoarsePeaks::kFanOut, LCoarsePeaks::kFanOut, block_);
+        // A file that did not open reads as zeros and is tried again next time.
+        blockIndex_ = openGrf_ == blockRef_ ? block : -1;
+        return block_.data();
+    }
+    // One positioned read: this runs once per column of a wide view.
+    block_.assign(bytes, 0);
+    size_t got = 0;
+    while (got < bytes) {
+        const ssize_t n = ::pread(grf_.Descriptor(), block_.data() + got, bytes - got,
+                                  static_cast<off_t>(block * static_cast<int64_t>(bytes) + got));
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            break;  // the end of the file, or a failure: the rest reads as zeros
+        got += static_cast<size_t>(n);
+    }
+    blockIndex_ = block;
+    return block_.data();
+}
+
+void LPeakReader::ReadEntryCoarse(LFramesPerColumn fpc, int64_t first, const LAudioCut& e,
+                                  int64_t entryStart, int64_t a, int64_t b,
+                                  const LCoarsePeaks& peaks, LPeakRange* out) {
+    const size_t channels = GetChannels();
+    if (blockRef_ != e.ref) {
+        blockRef_ = e.ref;
+        blockIndex_ = -1;
+    }
+    uint8_t acc[2 * 255];
+    int64_t next = fpc.Boundary(fpc.ColumnOf(a));
+    for (int64_t c = fpc.ColumnOf(a); next < b; ++c) {
+        const int64_t fa = std::max(a, next);
+        next = fpc.Boundary(c + 1);
+        const int64_t fb = std::min(b, next);
+        if (fa >= fb)
+            continue;
+        // The records of cut frames [ca, cb): blocks a column only partly covers count whole.
+        const int64_t ca = e.start + (fa - entryStart);
+        const int64_t cb = e.start + (fb - entryStart);
+        std::fill_n(acc, 2 * channels, uint8_t{0});
+        peaks.RangeMax(ca / 256, (cb - 1) / 256, *this, acc);
+        LPeakRange* r = &out[static_cast<size_t>(c - first) * channels];
+        for (size_t ch = 0; ch < channels; ++ch) {
+            // A positive gain keeps the order of the bytes, so the largest byte gives the
+            // largest product, as taking the products record by record would.
+            int32_t hi = int32_t{acc[2 * ch]} << 11;
+            int32_t lo = -(int32_t{acc[2 * ch + 1]} << 11);
+            if (e.gain != kUnityGain) {
+                hi = MultiplyByGain(hi, e.gain);
+                lo = MultiplyByGain(lo, e.gain);
+            }
+            r[ch].max = std::max(r[ch].max, hi);
+            r[ch].min = std::min(r[ch].min, lo);
+        }
+    }
 }
 
 void LPeakReader::ReadFromGraph(LFramesPerColumn fpc, int64_t first, int32_t count,
@@ -111,19 +190,25 @@ void LPeakReader::ReadFromGraph(LFramesPerColumn fpc, int64_t first, int32_t cou
     const int64_t f0 = std::max<int64_t>(0, fpc.Boundary(first));
     const int64_t f1 = std::min<int64_t>(length_, fpc.Boundary(first + count));
     const size_t channels = GetChannels();
+    const bool wide = useCoarse_ && fpc.num >= kCoarseColumnFrames * fpc.den;
     int64_t entryStart = 0;
     for (const LAudioCut& e : list_.GetEntries()) {
         const int64_t entryEnd = entryStart + e.length;
         const int64_t a = std::max(f0, entryStart);
         const int64_t b = std::min(f1, entryEnd);
-        if (a < b && !e.IsSilent() && e.gain != 0) {
+        std::shared_ptr<const LCoarsePeaks> coarse;
+        if (a < b && wide && !e.IsSilent() && e.gain > 0)
+            coarse = LCoarsePeakCache::Instance().Get(e.ref, GetChannels());
+        if (coarse) {
+            ReadEntryCoarse(fpc, first, e, entryStart, a, b, *coarse, out);
+        } else if (a < b && !e.IsSilent() && e.gain != 0) {
             // Cut frames [ca, cb) of this entry are in view; blocks of 256 of them in turn.
             const int64_t ca = e.start + (a - entryStart);
             const int64_t cb = e.start + (b - entryStart);
             ColumnWalker walker(fpc, a);
             for (int64_t block = ca / 256; block <= (cb - 1) / 256; block += kRecordRun) {
                 const int64_t run = std::min(kRecordRun, (cb - 1) / 256 - block + 1);
-                ReadGraphRecords(e.ref, block, run);
+                ReadGraphRecords(e.ref, block, run, graph_);
                 for (int64_t k = 0; k < run; ++k) {
                     const int64_t bs = std::max((block + k) * 256, ca);
                     const int64_t be = std::min((block + k) * 256 + 256, cb) - 1;

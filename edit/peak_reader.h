@@ -11,18 +11,25 @@
 // Where a column covers at least 256 frames the peaks come from the cuts' ".grf" records
 // (one record per 256-frame block of a cut; a block that a column only partly covers counts
 // whole, and the record's peak byte stands for byte << 11); below that the samples of the
-// ".aud" files are read, down to single frames.
+// ".aud" files are read, down to single frames. Where a column covers many records (at
+// least kCoarseColumnFrames frames) the maximum of its records comes from the cut's coarse
+// peaks (coarse_peaks.h), built once per cut and shared by every reader that shows it, so
+// that redrawing a whole ten-hour document costs a few records per column; the result is
+// the same as reading every record (an entry with a negative gain, whose peaks do not grow
+// with the records' bytes, always reads every record).
 //
 // The reader keeps a private copy of the list's entries (with references of its own), taken
-// when it is made: it is made on the thread that owns the document and may then be used on
-// one worker thread while the document is edited. Failures (a missing or short cut file)
-// read as silence; nothing throws.
+// when it is made, and holds its cuts in the coarse peak cache while it lives: it is made on
+// the thread that owns the document and may then be used on one worker thread while the
+// document is edited (destroyed on either). Failures (a missing or short cut file) read as
+// silence; nothing throws.
 
 #include <cstdint>
 #include <memory>
 #include <vector>
 
 #include "core/file.h"
+#include "edit/coarse_peaks.h"
 #include "edit/cut_list_audio.h"
 #include "edit/src_cut_list_audio.h"
 
@@ -55,10 +62,14 @@ struct LPeakRange {
     bool operator==(const LPeakRange&) const = default;
 };
 
-class LPeakReader {
+class LPeakReader : private LGraphBlockSource {
   public:
     // Columns of at least this many frames draw from the graph records.
     static constexpr int64_t kGraphColumnFrames = 256;
+    // Columns of at least this many frames draw from the coarse peaks. Narrower columns
+    // read their records in long sequential runs, which is cheaper than the coarse path's
+    // one small read per column.
+    static constexpr int64_t kCoarseColumnFrames = 65536;
 
     explicit LPeakReader(const LCutListAudio& list);
     ~LPeakReader();
@@ -77,18 +88,34 @@ class LPeakReader {
     // `frames` interleaved frames from frame `from` on (zeros outside the audio).
     void ReadFrames(int32_t from, int32_t frames, std::vector<int32_t>& out);
 
+    // Whether wide columns use the coarse peaks (on by default). Off reads every graph
+    // record, the reference the coarse path is compared with.
+    void UseCoarsePeaks(bool on) { useCoarse_ = on; }
+
   private:
     void ReadFromGraph(LFramesPerColumn fpc, int64_t first, int32_t count, LPeakRange* out);
+    // The columns of entry `e` (starting at document frame `entryStart`) within document
+    // frames [a, b), from the cut's coarse peaks.
+    void ReadEntryCoarse(LFramesPerColumn fpc, int64_t first, const LAudioCut& e,
+                         int64_t entryStart, int64_t a, int64_t b, const LCoarsePeaks& peaks,
+                         LPeakRange* out);
     void ReadFromAudio(LFramesPerColumn fpc, int64_t first, int32_t count, LPeakRange* out);
-    // Reads `count` records of cut `ref` from record `from` into graph_ (missing bytes 0).
-    void ReadGraphRecords(uint16_t ref, int64_t from, int64_t count);
+    // Reads `count` records of cut `ref` from record `from` into `into` (missing bytes 0).
+    void ReadGraphRecords(uint16_t ref, int64_t from, int64_t count, std::vector<uint8_t>& into);
+    const uint8_t* GraphBlock(int64_t block) override;
 
-    LCutListAudio list_;  // the private copy
+    LCutListAudio list_;          // the private copy
+    std::vector<uint16_t> cuts_;  // its cut numbers, each once, held in the coarse cache
+    bool useCoarse_ = true;
     int32_t length_;
     LRef<LSRCCutListAudio> source_;  // made on first use of the samples
     LFile grf_;
     uint32_t openGrf_ = SILENT_CUT;
     std::vector<uint8_t> graph_;
+    // The records of one level-1 block of cut blockRef_, for the coarse path's run ends.
+    uint16_t blockRef_ = SILENT_CUT;
+    int64_t blockIndex_ = -1;
+    std::vector<uint8_t> block_;
     std::vector<int32_t> frames_;
 };
 

@@ -1,5 +1,6 @@
 // The file window on a known document: the columns it draws, the selection the mouse makes,
-// zooming around the pointer, redrawing after an edit, and a picture of it.
+// zooming around the pointer, redrawing after an edit (only what changed), the model's
+// signals merged per event-loop turn, and a picture of it.
 
 #include "display/om_file_window.h"
 
@@ -7,6 +8,7 @@
 
 #include <QApplication>
 #include <QScrollBar>
+#include <QSignalSpy>
 #include <QTest>
 #include <cmath>
 
@@ -141,6 +143,7 @@ TEST_F(FileWindowTest, ZoomKeepsTheFrameUnderThePointer) {
     EXPECT_EQ(Doc().viewEnd - Doc().viewStart, kFrames);
     Doc().SetSelection(kRate, 2 * kRate);
     model_->ZoomToSelection();
+    QApplication::processEvents();  // the model signals at the end of the turn
     EXPECT_EQ(Doc().viewStart, kRate);
     EXPECT_EQ(window_->ScrollBar().value(), kRate);
     EXPECT_EQ(window_->ScrollBar().pageStep(), kRate);
@@ -157,6 +160,48 @@ TEST_F(FileWindowTest, RedrawsAfterAnEdit) {
     const LPeakRange* last = View().ColumnPeaks(View().width() - 5);
     ASSERT_NE(last, nullptr);
     EXPECT_GT(last[0].max, 250000);
+}
+
+TEST_F(FileWindowTest, ABurstOfChangesSignalsOnceAndRedrawsOnlyWhatChanged) {
+    QSignalSpy audio(model_.get(), &LDocumentModel::audioChanged);
+    QSignalSpy view(model_.get(), &LDocumentModel::viewChanged);
+    QSignalSpy cursor(model_.get(), &LDocumentModel::cursorChanged);
+    model_->SetCursor(10);
+    model_->SetCursor(20);
+    model_->SetView(0, kFrames / 2);
+    model_->ZoomFull();
+    Doc().audio.EfSilence(kRate / 2, kRate);  // same length: only these frames change
+    model_->NotifyAudioChanged(kRate / 2, kRate);
+    model_->NotifyAudioChanged(kRate * 3 / 4, kRate * 3 / 4 + 10);
+    EXPECT_EQ(audio.count() + view.count() + cursor.count(), 0);
+    EXPECT_FALSE(View().IsComplete());
+    model_->Flush();
+    ASSERT_EQ(audio.count(), 1);
+    EXPECT_EQ(audio[0][0].toInt(), kRate / 2);
+    EXPECT_EQ(audio[0][1].toInt(), kRate);
+    EXPECT_EQ(view.count(), 1);
+    EXPECT_EQ(cursor.count(), 1);
+
+    // The columns outside the edit keep their peaks; those inside wait for the worker.
+    LWaveView& v = View();
+    const int64_t x0 = v.XOfFrame(kRate / 2), x1 = v.XOfFrame(kRate);
+    for (int x = 0; x < v.width(); ++x) {
+        if (x < x0 - 1 || x > x1) {
+            EXPECT_NE(v.ColumnPeaks(x), nullptr) << x;
+        } else if (x > x0 && x < x1) {
+            EXPECT_EQ(v.ColumnPeaks(x), nullptr) << x;
+        }
+    }
+    WaitDrawn();
+    EXPECT_EQ(v.ColumnPeaks(static_cast<int>(x0 + x1) / 2)[0], LPeakRange{});
+
+    // A length change reaches the end of the audio, whatever comes after it in the turn.
+    model_->NotifyAudioChanged(3 * kRate, -1);
+    model_->NotifyAudioChanged(100, 200);
+    QApplication::processEvents();
+    ASSERT_EQ(audio.count(), 2);
+    EXPECT_EQ(audio[1][0].toInt(), 100);
+    EXPECT_EQ(audio[1][1].toInt(), -1);
 }
 
 }  // namespace
