@@ -83,6 +83,7 @@ TEST_F(Editor, UndoItemAndSaveFollowTheDocument) {
     EXPECT_FALSE(undo->isEnabled());
     EXPECT_FALSE(main->Menus().Action(kIdCut)->isEnabled());  // no selection yet
     main->ModelOf(&doc)->SetSelection(1000, 3000);
+    main->ModelOf(&doc)->Flush();  // the model reports once per event-loop turn
     EXPECT_TRUE(main->Menus().Action(kIdCut)->isEnabled());
     main->Menus().Action(kIdCut)->trigger();
     EXPECT_EQ(doc.audio.GetLength(), 6000);
