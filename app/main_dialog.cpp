@@ -157,6 +157,11 @@ void MainDialog::DocumentChanged(LOMFile& doc) {
     UpdateCommandStates();
 }
 
+void MainDialog::StartPlayback(LOMFile& doc, int32_t) {
+    if (LOpenDocument* open = Find(&doc))
+        open->model->NotifyStateChanged();
+}
+
 MainDialog::LOpenDocument* MainDialog::Find(const LOMFile* doc) {
     for (LOpenDocument& open : open_) {
         if (open.doc == doc)

@@ -101,6 +101,9 @@ class MainDialog : public QObject, public LDocumentListener {
     void UndoMenuChanged(const LUndoMenuItem& item) override;
     void SaveEnabledChanged(bool enabled) override;
     void DocumentChanged(LOMFile& doc) override;
+    // After an edit the engine moves the cursor back by the preroll to play from there;
+    // until the player is built this only shows the cursor where it now stands.
+    void StartPlayback(LOMFile& doc, int32_t position) override;
 
   private:
     struct LOpenDocument {
