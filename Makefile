@@ -17,8 +17,15 @@ $(BUILD)/build.ninja:
 build: deps $(BUILD)/build.ninja
 	cmake --build $(BUILD) -j $(JOBS)
 
-run: build
-	$(BUILD)/cli/osmera-cli --help
+# Builds the editor (and the command-line program) and starts the editor; without a display
+# it says so and points to the command-line program instead.
+run: deps $(BUILD)/build.ninja
+	cmake --build $(BUILD) -j $(JOBS) --target osmera osmera-cli
+	@if [ -z "$$DISPLAY" ] && [ -z "$$WAYLAND_DISPLAY" ]; then \
+	  echo "No display (neither DISPLAY nor WAYLAND_DISPLAY is set): the editor needs one; use $(BUILD)/cli/osmera-cli instead (osmera-cli --help)."; \
+	else \
+	  $(BUILD)/app/osmera; \
+	fi
 
 # The plain suite runs last so that its summary closes the output.
 test: test-tsan test-asan test-fuzz test-plain

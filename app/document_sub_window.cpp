@@ -2,12 +2,16 @@
 
 #include <QCloseEvent>
 
+#include "app/background_picture.h"
+
 namespace osmera {
 
 LOMDocumentSubWindow::LOMDocumentSubWindow(std::function<bool()> queryClose,
                                            std::function<void()> closed, QWidget* parent)
     : QMdiSubWindow(parent), queryClose_(std::move(queryClose)), closed_(std::move(closed)) {
     setAttribute(Qt::WA_DeleteOnClose);
+    // The program's own picture in the title bar (and in the menu bar when maximised).
+    setWindowIcon(ProgramIcon());
 }
 
 void LOMDocumentSubWindow::closeEvent(QCloseEvent* event) {

@@ -7,6 +7,7 @@
 #include <QTimer>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 
 #include "app/background_picture.h"
 #include "app/main_dialog.h"
@@ -85,9 +86,15 @@ int main(int argc, char** argv) {
     }
 
     LQtSettingsStore settings;
+    // The first start of all (nothing stored yet, so no recent files either) shows a demo
+    // when no file was asked for.
+    const bool showDemo = settings.IsEmpty() && arguments.files.isEmpty() &&
+                          arguments.projects.isEmpty() && arguments.batchScript.isEmpty();
     LQtDispatcher dispatcher;
     SetGuiDispatcher(&dispatcher);
-    LAudioCutTank::Instance().SetFolder(ChooseWorkingFolder(settings, UserAppDataFolder()));
+    std::string tankMessage;
+    const bool tankReady = LAudioCutTank::Instance().OpenFolderIn(
+        ChooseWorkingFolder(settings, UserAppDataFolder()), &tankMessage);
 
     int status = 0;
     {
@@ -99,6 +106,11 @@ int main(int argc, char** argv) {
         QObject::connect(&frame, &LMDIMainWindow::frameClosed, &app, &QApplication::quit);
         frame.show();
         instance.ReleaseRunLock();
+        if (!tankReady)
+            prompts.Warn(QStringLiteral("File Error"),
+                         QStringLiteral("Osmera cannot prepare its working folder, so no file "
+                                        "can be opened or recorded:\n%1")
+                             .arg(QString::fromStdString(tankMessage)));
 
         QObject::connect(&instance, &LSingleInstance::showRequested, &frame, [&frame]() {
             if (frame.isMinimized())
@@ -132,6 +144,8 @@ int main(int argc, char** argv) {
                          });
 
         const bool opened = controller.EvRunArguments(arguments);
+        if (showDemo && tankReady)
+            controller.OpenDemoFile();
         if (!(arguments.runEdit && opened)) {
             auto* splash = new LOMSplashWindow;
             splash->show();

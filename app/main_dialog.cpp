@@ -14,6 +14,8 @@
 #include "core/trace.h"
 #include "display/document_model.h"
 #include "display/om_file_window.h"
+#include "edit/audio_cut_tank.h"
+#include "edit/document_io.h"
 #include "platform/qt_clipboard_exchange.h"
 
 namespace osmera {
@@ -155,6 +157,11 @@ void MainDialog::DocumentChanged(LOMFile& doc) {
     UpdateCommandStates();
 }
 
+void MainDialog::StartPlayback(LOMFile& doc, int32_t) {
+    if (LOpenDocument* open = Find(&doc))
+        open->model->NotifyStateChanged();
+}
+
 MainDialog::LOpenDocument* MainDialog::Find(const LOMFile* doc) {
     for (LOpenDocument& open : open_) {
         if (open.doc == doc)
@@ -183,8 +190,8 @@ LDocumentModel* MainDialog::CurrentModel() const {
     return ModelOf(controller_.GetCurrent());
 }
 
-void MainDialog::AttachWindow(LOMFile& doc, int32_t bytesPerSample) {
-    LOpenDocument open{&doc, std::make_unique<LDocumentModel>(doc), nullptr, bytesPerSample};
+void MainDialog::AttachWindow(LOMFile& doc) {
+    LOpenDocument open{&doc, std::make_unique<LDocumentModel>(doc), nullptr};
     LDocumentModel* model = open.model.get();
     connect(model, &LDocumentModel::selectionChanged, this, &MainDialog::UpdateCommandStates);
     LOMFile* key = &doc;
@@ -269,6 +276,14 @@ void MainDialog::ReportEditResult(LEditResult result) {
         prompts_.Warn(QStringLiteral("Osmera"),
                       QStringLiteral("The clipboard holds audio with a different number of "
                                      "channels. Convert the file first and try again."));
+    if (result == LEditResult::kTankFull)
+        prompts_.Warn(QStringLiteral("Osmera"), QString::fromUtf8(kCutTankFullMessage));
+}
+
+bool MainDialog::JobFinished(int result, const std::string& message) {
+    if (result == kJobFailed)
+        prompts_.Warn(QStringLiteral("File Error"), QString::fromStdString(message));
+    return result == kJobDone;
 }
 
 void MainDialog::NotAvailable(uint16_t id) {

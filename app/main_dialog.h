@@ -39,6 +39,10 @@ class LCommandMenus;
 class LDocumentModel;
 class LMDIMainWindow;
 
+// The open dialog's filters in order, and Save As's (WAV 8, 16, 24 and 32 bits).
+QStringList OpenFileFilters();
+QStringList SaveFileFilters();
+
 class MainDialog : public QObject, public LDocumentListener {
     Q_OBJECT
   public:
@@ -65,6 +69,9 @@ class MainDialog : public QObject, public LDocumentListener {
     // user. `firstFile`: no file has opened yet in this batch of files.
     bool OpenFile(const QString& path, bool firstFile = true);
     void OpenFiles(const QStringList& paths);
+    // The generated demo (demo_audio.h) as a new untitled, unmodified document; false when
+    // it could not be written.
+    bool OpenDemoFile();
     // A batch script handed over by a second start or by "-batch".
     void RunBatchScript(const QString& path);
 
@@ -94,14 +101,20 @@ class MainDialog : public QObject, public LDocumentListener {
     void UndoMenuChanged(const LUndoMenuItem& item) override;
     void SaveEnabledChanged(bool enabled) override;
     void DocumentChanged(LOMFile& doc) override;
+    // After an edit the engine moves the cursor back by the preroll to play from there;
+    // until the player is built this only shows the cursor where it now stands.
+    void StartPlayback(LOMFile& doc, int32_t position) override;
 
   private:
     struct LOpenDocument {
         LOMFile* doc;
         std::unique_ptr<LDocumentModel> model;
         QPointer<QMdiSubWindow> window;
-        int32_t bytesPerSample = 2;
+        // Mark First / Mark Second Position; Recall Mark Selection selects between them.
+        int32_t marks[2] = {0, 0};
     };
+    // Where Insert Silence and Insert File put their audio.
+    enum class LInsertAt { kBegin, kCursor, kEnd };
     struct LHandler {
         uint16_t id;
         void (MainDialog::*handler)();
@@ -109,7 +122,7 @@ class MainDialog : public QObject, public LDocumentListener {
     static std::span<const LHandler> Handlers();
 
     // Documents and their windows.
-    void AttachWindow(LOMFile& doc, int32_t bytesPerSample);
+    void AttachWindow(LOMFile& doc);
     void DetachWindow(LOMFile* doc);
     void EvSubWindowActivated(QMdiSubWindow* window);
     void UpdateWindowTitle(LOpenDocument& open);
@@ -120,7 +133,21 @@ class MainDialog : public QObject, public LDocumentListener {
     // File helpers.
     bool SaveDocument(LOMFile& doc);
     bool SaveDocumentAs(LOMFile& doc);
+    // Save As's dialog: the path to write and the WAV width chosen (bytes per sample),
+    // remembered in "SaveAsDir" / "SaveAsFormat"; false on Cancel.
+    bool AskSavePath(const QString& suggestedName, const std::string& folderOf, QString& path,
+                     int32_t& bytesPerSample);
+    // Shows a file job's failure ("File Error" with its message); true when it finished.
+    bool JobFinished(int result, const std::string& message);
     void ReportEditResult(LEditResult result);
+    // The edits that need more than one call of the engine (main_dialog_document.cpp).
+    void InsertSilence(LInsertAt where);
+    void InsertFile(LInsertAt where);
+    // A new untitled document holding `audio`, in its own window; it becomes current.
+    void OpenAsNewDocument(const LCutListAudio& audio, const std::string& undoName);
+    // Converts the current document to `rate` and `channels` as one undoable step.
+    void ConvertCurrent(uint32_t rate, uint8_t channels, const std::string& undoName);
+    void SetMark(int which);
     void CopySelectionToDesktop();
     void NotAvailable(uint16_t id);
     void NotAvailable(const QString& feature);

@@ -1,14 +1,33 @@
 // MainDialog: the Edit menu's commands that the engine's document controller carries out.
+#include "app/edit_dialogs.h"
 #include "app/main_dialog.h"
 #include "app/mdi_main_window.h"
+#include "core/sound_time.h"
 #include "display/document_model.h"
 #include "platform/qt_progress.h"
 
 namespace osmera {
 
 namespace {
+
 constexpr int64_t kDesktopCopySeconds = 600;
+
+// A time text as frames at `rate`; false for text the time dialogs would refuse.
+bool FramesOfTime(const QString& text, uint32_t rate, int32_t& frames) {
+    int32_t ms = 0;
+    if (!ParseTimeText(text, ms))
+        return false;
+    LSoundTime time;
+    time.SetMilliseconds(ms, static_cast<int32_t>(rate));
+    frames = time.GetSamples();
+    return frames >= 0;
 }
+
+QString TimeTextOf(int32_t frames, uint32_t rate) {
+    return TimeText(LSoundTime(frames, static_cast<int32_t>(rate)).GetMilliseconds());
+}
+
+}  // namespace
 
 void MainDialog::CmUndo() {
     controller_.CmUndo();
@@ -34,6 +53,87 @@ void MainDialog::CmDelete() {
 
 void MainDialog::CmTrim() {
     ReportEditResult(controller_.CmTrim());
+}
+
+void MainDialog::CmTrimStart() {
+    ReportEditResult(controller_.CmTrimStart());
+}
+
+void MainDialog::CmTrimEnd() {
+    ReportEditResult(controller_.CmTrimEnd());
+}
+
+void MainDialog::CmSilence() {
+    ReportEditResult(controller_.CmSilence());
+}
+
+void MainDialog::CmInsertSilenceBegin() {
+    InsertSilence(LInsertAt::kBegin);
+}
+
+void MainDialog::CmInsertSilenceCurrent() {
+    InsertSilence(LInsertAt::kCursor);
+}
+
+void MainDialog::CmInsertSilenceEnd() {
+    InsertSilence(LInsertAt::kEnd);
+}
+
+// The length is asked as time text; the last length typed is offered again.
+void MainDialog::InsertSilence(LInsertAt where) {
+    LOMFile* doc = controller_.GetCurrent();
+    if (!doc)
+        return;
+    QStringList texts = {QString::fromStdString(
+        settings_.GetText("StoredValues", "InsertSilenceLength", "0:00:01.00"))};
+    if (!prompts_.AskTimes(QStringLiteral("Insert Silence"), {QStringLiteral("Length:")}, texts))
+        return;
+    int32_t frames = 0;
+    if (texts.isEmpty() || !FramesOfTime(texts.front(), doc->audio.GetSampleRate(), frames))
+        return;
+    settings_.SetText("StoredValues", "InsertSilenceLength", texts.front().toStdString());
+    const int32_t at = where == LInsertAt::kBegin    ? 0
+                       : where == LInsertAt::kCursor ? doc->cursor
+                                                     : doc->audio.GetLength();
+    ReportEditResult(controller_.CmInsertSilence(at, frames));
+}
+
+void MainDialog::CmSelectRegion() {
+    LDocumentModel* model = CurrentModel();
+    if (!model)
+        return;
+    const LOMFile& doc = model->Document();
+    const uint32_t rate = doc.audio.GetSampleRate();
+    QStringList texts = {TimeTextOf(doc.selStart, rate), TimeTextOf(doc.selEnd, rate)};
+    if (!prompts_.AskTimes(QStringLiteral("Select Region"),
+                           {QStringLiteral("Start:"), QStringLiteral("End:")}, texts))
+        return;
+    int32_t start = 0;
+    int32_t end = 0;
+    if (texts.size() != 2 || !FramesOfTime(texts.at(0), rate, start) ||
+        !FramesOfTime(texts.at(1), rate, end))
+        return;
+    model->SetSelection(start, end);
+    model->SetCursor(std::min(start, end));
+}
+
+void MainDialog::CmMarkFirst() {
+    SetMark(0);
+}
+
+void MainDialog::CmMarkSecond() {
+    SetMark(1);
+}
+
+void MainDialog::SetMark(int which) {
+    if (LOpenDocument* open = Find(controller_.GetCurrent()))
+        open->marks[which] = open->doc->cursor;
+}
+
+void MainDialog::CmRecallMark() {
+    LOpenDocument* open = Find(controller_.GetCurrent());
+    if (open && open->model)
+        open->model->SetSelection(open->marks[0], open->marks[1]);
 }
 
 void MainDialog::CmPasteFromClipboard() {

@@ -103,20 +103,22 @@ bool MainDialog::OpenFile(const QString& path, bool firstFile) {
     }
     const QString full = QFileInfo(path).absoluteFilePath();
     std::string message;
+    std::string warning;
     int result;
     {
         ++busy_;
         LQtProgress progress(&frame_);
-        result = controller_.OpenDocument(full.toStdString(), &progress, &message);
+        result = controller_.OpenDocument(full.toStdString(), &progress, &message, &warning);
         --busy_;
     }
-    if (result != kJobDone) {
-        if (result == kJobFailed)
-            prompts_.Warn(QStringLiteral("File Error"), QString::fromStdString(message));
+    if (!JobFinished(result, message))
         return false;
-    }
-    AttachWindow(*controller_.GetCurrent(), 2);
+    AttachWindow(*controller_.GetCurrent());
     AddToRecentFileList(full.toStdString());
+    // A file that did not open whole (too long, or shorter than its header says) opens
+    // as far as it goes; the user is told what was left out or filled in.
+    if (!warning.empty())
+        prompts_.Warn(QStringLiteral("Osmera"), QString::fromStdString(warning));
     return true;
 }
 
@@ -132,7 +134,6 @@ bool MainDialog::SaveDocument(LOMFile& doc) {
                            "save in another format (wav, mp3, gsm, vox) instead?"));
         return answer == LAnswer::kYes && SaveDocumentAs(doc);
     }
-    LOpenDocument* open = Find(&doc);
     controller_.SetCurrent(&doc);
     std::string message;
     int result;
@@ -140,58 +141,61 @@ bool MainDialog::SaveDocument(LOMFile& doc) {
         ++busy_;
         LQtProgress progress(&frame_);
         progress.SetLine(0, "Saving...");
-        result =
-            controller_.SaveCurrentFile("", open ? open->bytesPerSample : 2, &progress, &message);
+        // Width 0 keeps the sample width the file was opened with.
+        result = controller_.SaveCurrentFile("", 0, &progress, &message);
         --busy_;
     }
-    if (result == kJobFailed)
-        prompts_.Warn(QStringLiteral("File Error"), QString::fromStdString(message));
-    if (result != kJobDone)
+    if (!JobFinished(result, message))
         return false;
     AddToRecentFileList(doc.path);
     return true;
 }
 
-bool MainDialog::SaveDocumentAs(LOMFile& doc) {
-    const QStringList filters = SaveFileFilters();
+bool MainDialog::AskSavePath(const QString& suggestedName, const std::string& folderOf,
+                             QString& path, int32_t& bytesPerSample) {
     QString folder = QString::fromStdString(settings_.GetText(kSettings, "SaveAsDir", ""));
     if (folder.isEmpty())
-        folder = doc.path.empty() ? QDir::homePath()
-                                  : QFileInfo(QString::fromStdString(doc.path)).absolutePath();
-    const QString name = QString::fromStdString(doc.GetDisplayName());
-    const QString start =
-        QDir(folder).filePath(doc.path.empty() ? name + QStringLiteral(".wav") : name);
+        folder = folderOf.empty() ? QDir::homePath()
+                                  : QFileInfo(QString::fromStdString(folderOf)).absolutePath();
     int format = settings_.GetInt(kSettings, "SaveAsFormat", kDefaultSaveFormat);
     if (format < 0 || format >= static_cast<int>(std::size(kSaveBytes)))
         format = kDefaultSaveFormat;
-    QString path =
-        prompts_.SaveFileName(QStringLiteral("Save Audio File As"), start, filters, format);
+    path = prompts_.SaveFileName(QStringLiteral("Save Audio File As"),
+                                 QDir(folder).filePath(suggestedName), SaveFileFilters(), format);
     if (path.isEmpty())
         return false;
     if (format < 0 || format >= static_cast<int>(std::size(kSaveBytes)))
         format = kDefaultSaveFormat;
     if (QFileInfo(path).suffix().isEmpty())
         path += QStringLiteral(".wav");
+    path = QFileInfo(path).absoluteFilePath();
     settings_.SetText(kSettings, "SaveAsDir", QFileInfo(path).absolutePath().toStdString());
     settings_.SetInt(kSettings, "SaveAsFormat", format);
+    bytesPerSample = kSaveBytes[format];
+    return true;
+}
+
+bool MainDialog::SaveDocumentAs(LOMFile& doc) {
+    const QString name = QString::fromStdString(doc.GetDisplayName());
+    QString path;
+    int32_t bytesPerSample = 2;
+    if (!AskSavePath(doc.path.empty() ? name + QStringLiteral(".wav") : name, doc.path, path,
+                     bytesPerSample))
+        return false;
     controller_.SetCurrent(&doc);
     std::string message;
     int result;
     {
         ++busy_;
         LQtProgress progress(&frame_);
-        result = controller_.SaveCurrentFile(QFileInfo(path).absoluteFilePath().toStdString(),
-                                             kSaveBytes[format], &progress, &message);
+        result =
+            controller_.SaveCurrentFile(path.toStdString(), bytesPerSample, &progress, &message);
         --busy_;
     }
-    if (result == kJobFailed)
-        prompts_.Warn(QStringLiteral("File Error"), QString::fromStdString(message));
-    if (result != kJobDone)
+    if (!JobFinished(result, message))
         return false;
-    if (LOpenDocument* open = Find(&doc)) {
-        open->bytesPerSample = kSaveBytes[format];
+    if (LOpenDocument* open = Find(&doc))
         UpdateWindowTitle(*open);
-    }
     AddToRecentFileList(doc.path);
     UpdateWindowList();
     return true;

@@ -1,5 +1,7 @@
 #include "app/user_prompts.h"
 
+#include "app/edit_dialogs.h"
+
 #include <QDesktopServices>
 #include <QFileDialog>
 #include <QMessageBox>
@@ -55,6 +57,24 @@ QString LQtUserPrompts::SaveFileName(const QString& title, const QString& folder
 
 bool LQtUserPrompts::OpenInBrowser(const QString& path) {
     return QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+}
+
+bool LQtUserPrompts::AskTimes(const QString& title, const QStringList& labels, QStringList& texts) {
+    LOMTimeDialog dialog(parent_, title, labels, texts);
+    if (dialog.exec() != QDialog::Accepted)
+        return false;
+    texts = dialog.Texts();
+    return true;
+}
+
+bool LQtUserPrompts::AskFormat(const QString& title, int32_t& rate, int* channels) {
+    LOMFormatDialog dialog(parent_, title, rate, channels ? *channels : 0, channels != nullptr);
+    if (dialog.exec() != QDialog::Accepted)
+        return false;
+    rate = dialog.Rate();
+    if (channels)
+        *channels = dialog.Channels();
+    return true;
 }
 
 }  // namespace osmera

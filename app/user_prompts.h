@@ -7,6 +7,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <cstdint>
 
 class QWidget;
 
@@ -34,6 +35,12 @@ class LUserPrompts {
                                  const QStringList& filters, int& filterIndex) = 0;
     // Shows the local file `path` in the desktop's web browser; false when none took it.
     virtual bool OpenInBrowser(const QString& path) = 0;
+    // Time texts, one field per label, shown filled with `texts` and changed on OK; false
+    // on Cancel. Every text returned parses as a time of 0 or more (edit_dialogs.h).
+    virtual bool AskTimes(const QString& title, const QStringList& labels, QStringList& texts) = 0;
+    // A sample rate and, when `channels` is given, a channel count (1 or 2), shown with the
+    // values they hold and changed on OK; false on Cancel.
+    virtual bool AskFormat(const QString& title, int32_t& rate, int* channels) = 0;
 };
 
 class LQtUserPrompts : public LUserPrompts {
@@ -50,6 +57,8 @@ class LQtUserPrompts : public LUserPrompts {
     QString SaveFileName(const QString& title, const QString& folder, const QStringList& filters,
                          int& filterIndex) override;
     bool OpenInBrowser(const QString& path) override;
+    bool AskTimes(const QString& title, const QStringList& labels, QStringList& texts) override;
+    bool AskFormat(const QString& title, int32_t& rate, int* channels) override;
 
   private:
     QWidget* parent_;

@@ -201,8 +201,17 @@ LEditResult LDocumentController::CmPasteOver() {
     return PasteList(clipboard_, true, "Paste");
 }
 
+LEditResult LDocumentController::CmPasteList(const LCutListAudio& list, int32_t at,
+                                             const std::string& undoName) {
+    if (!current_)
+        return LEditResult::kNoDocument;
+    if (list.GetLength() > 0 && list.GetChannels() == current_->audio.GetChannels())
+        current_->cursor = std::clamp(at, 0, current_->audio.GetLength());
+    return PasteList(list, false, undoName);
+}
+
 LEditResult LDocumentController::PasteList(const LCutListAudio& list, bool overSelection,
-                                           const char* undoName) {
+                                           const std::string& undoName) {
     if (!current_)
         return LEditResult::kNoDocument;
     LOMFile& doc = *current_;

@@ -138,6 +138,10 @@ class LDocumentController {
     // at or after 0); the inserted range becomes the selection. A negative length does
     // nothing.
     LEditResult CmInsertSilence(int32_t at, int32_t length);
+    // `list` (a file loaded for Insert File, say) pasted at `at`, clamped to [0, length],
+    // as one undo step named `undoName`; the pasted range becomes the selection. The list
+    // is only read: the caller keeps it. Results as for CmPaste.
+    LEditResult CmPasteList(const LCutListAudio& list, int32_t at, const std::string& undoName);
 
     // kDone when there is a current document whose selection, clamped to its audio, is
     // not empty; otherwise why not. Clamps the current document's selection.
@@ -158,7 +162,8 @@ class LDocumentController {
     std::string ClipboardFilePath();
 
   private:
-    LEditResult PasteList(const LCutListAudio& list, bool overSelection, const char* undoName);
+    LEditResult PasteList(const LCutListAudio& list, bool overSelection,
+                          const std::string& undoName);
 
     LSettingsStore& settings_;
     LDocumentListener* listener_;

@@ -22,6 +22,11 @@ std::unique_ptr<QSettings> LQtSettingsStore::Open() const {
     return std::make_unique<QSettings>(QString::fromStdString(iniPath_), QSettings::IniFormat);
 }
 
+bool LQtSettingsStore::IsEmpty() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return Open()->allKeys().isEmpty();
+}
+
 int32_t LQtSettingsStore::GetInt(const std::string& section, const std::string& key, int32_t def) {
     std::lock_guard<std::mutex> lock(mutex_);
     bool ok = false;

@@ -31,6 +31,9 @@ class LQtSettingsStore : public LSettingsStore {
     void SetText(const std::string& section, const std::string& key,
                  const std::string& value) override;
 
+    // True when nothing at all is stored yet (the program's first start).
+    bool IsEmpty();
+
   private:
     std::unique_ptr<QSettings> Open() const;
 

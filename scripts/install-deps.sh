@@ -8,6 +8,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   qt6-base-dev libsndfile1-dev portaudio19-dev
   qt6-qpa-plugins
+  fonts-dejavu-core
   sox time
   clang libclang-rt-dev
 )

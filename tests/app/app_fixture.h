@@ -47,10 +47,30 @@ class ScriptedPrompts : public LUserPrompts {
         return true;
     }
 
+    bool AskTimes(const QString& title, const QStringList&, QStringList& texts) override {
+        asked << title;
+        if (timeAnswer.isEmpty())
+            return false;
+        texts = timeAnswer;
+        return true;
+    }
+    bool AskFormat(const QString& title, int32_t& rate, int* channels) override {
+        asked << title;
+        if (rateAnswer == 0)
+            return false;
+        rate = rateAnswer;
+        if (channels)
+            *channels = channelsAnswer;
+        return true;
+    }
+
     std::deque<LAnswer> answers;  // questions take these in order; Cancel when empty
     QStringList asked, told, browsed, openFilters, openAnswer;
     QString saveAnswer;
     int saveFormat = 1;
+    QStringList timeAnswer;  // Cancel when empty
+    int32_t rateAnswer = 0;  // Cancel when 0
+    int channelsAnswer = 2;
 
   private:
     LAnswer Next() {

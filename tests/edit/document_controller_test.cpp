@@ -165,6 +165,38 @@ TEST_F(DocumentTest, EditCommandsClampTheSelectionAndRefuseWhatTheyCannotDo) {
     f.controller.GetClipboard().Clear();
 }
 
+// A given list (an inserted file) pastes at the start, inside and past the end, each as
+// one undo step; a list the document cannot take changes nothing, not even the cursor.
+TEST_F(DocumentTest, PasteListInsertsAGivenListWhereAsked) {
+    Fixture f(dir_.Path().string());
+    LOMFile& doc = f.controller.NewDocument(44100, 1);
+    doc.audio = Written(Ramp(10, 1), 1);
+    const LCutListAudio inserted = Written(std::vector<int32_t>(4, 7 * 16), 1);
+    ASSERT_EQ(f.controller.CmPasteList(inserted, 500, "Insert File"), LEditResult::kDone);
+    EXPECT_EQ(doc.selStart, 10);
+    EXPECT_EQ(doc.selEnd, 14);
+    ASSERT_EQ(f.controller.CmPasteList(inserted, -3, "Insert File"), LEditResult::kDone);
+    ASSERT_EQ(f.controller.CmPasteList(inserted, 6, "Insert File"), LEditResult::kDone);
+    std::vector<int32_t> expected = Ramp(10, 1);
+    expected.insert(expected.end(), 4, 7 * 16);
+    expected.insert(expected.begin(), 4, 7 * 16);
+    expected.insert(expected.begin() + 6, 4, 7 * 16);
+    EXPECT_EQ(ReadAll(doc.audio), expected);
+    EXPECT_EQ(f.controller.GetUndoMenuItem().text, "Undo Insert File\tCtrl+Z");
+    EXPECT_EQ(f.controller.GetClipboard().GetLength(), 0);  // the clipboard is not involved
+
+    doc.cursor = 3;
+    const LCutListAudio stereo = Written(Ramp(4, 2), 2);
+    EXPECT_EQ(f.controller.CmPasteList(stereo, 0, "Insert File"), LEditResult::kChannelsDiffer);
+    EXPECT_EQ(f.controller.CmPasteList(LCutListAudio(44100, 1), 0, "Insert File"),
+              LEditResult::kClipboardEmpty);
+    EXPECT_EQ(doc.cursor, 3);
+    f.controller.CmUndo();
+    f.controller.CmUndo();
+    f.controller.CmUndo();
+    EXPECT_EQ(ReadAll(doc.audio), Ramp(10, 1));
+}
+
 TEST_F(DocumentTest, SystemClipboardRoundTripThroughClipboardWav) {
     Fixture f(dir_.Path().string());
     FakeClipboard clipboard;
