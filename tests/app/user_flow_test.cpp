@@ -62,6 +62,7 @@ TEST_F(Editor, MouseAndKeysFlowSavesWhatTheEngineMakes) {
     const double column = view.FramesPerColumn().Value() + 1;
     EXPECT_NEAR(selStart, 8000, column);
     EXPECT_NEAR(selEnd - selStart, 8000, 2 * column);
+    Settle();
 
     QTest::keyClick(&view, Qt::Key_X, Qt::ControlModifier);
     EXPECT_EQ(doc.audio.GetLength(), 32000 - (selEnd - selStart));
@@ -73,6 +74,7 @@ TEST_F(Editor, MouseAndKeysFlowSavesWhatTheEngineMakes) {
     QTest::mouseClick(&view, Qt::LeftButton, {}, QPoint(place, y));
     const int32_t cursor = doc.cursor;
     EXPECT_NEAR(cursor, 28000, column);
+    Settle();
     QTest::keyClick(&view, Qt::Key_V, Qt::ControlModifier);
     ASSERT_EQ(doc.audio.GetLength(), 32000 + (selEnd - selStart));
     prompts.saveAnswer = QString::fromStdString(dir.File("edited.wav"));
