@@ -4,9 +4,9 @@
 // application and conversion runs through it.
 //
 // Runs on the calling thread; it holds references to its source and sink for the whole
-// run and drops them when the pump is destroyed. Results: 0 completed, 1 cancelled by
-// the user (the sink keeps what it already took), 2 source or sink unusable, nothing
-// moved.
+// run and drops them when the pump is destroyed. Results are job results (core/progress.h):
+// kJobDone, kJobCancelled (the sink keeps what it already took), kJobFailed (source or
+// sink unusable, nothing moved).
 
 #include <cstdint>
 #include <string>
@@ -16,12 +16,6 @@
 #include "core/sound_source_base.h"
 
 namespace osmera {
-
-enum : int {
-    kPumpDone = 0,
-    kPumpCancelled = 1,
-    kPumpFailed = 2,
-};
 
 class LPRSourceToSink {
 public:

@@ -116,12 +116,12 @@ LEffectResult LEffectDriver::Run(LEffectId id, LEffectDialog* dialog) {
     int32_t position = doc->selStart;
     result.code = Process(info, *doc, values, position, result);
     switch (result.code) {
-        case kEffectDone:
+        case kJobDone:
             result.status = LEffectStatus::kApplied;
             controller_.EndModifyCurrentFile(position,
                                              static_cast<int32_t>(doc->audio.GetSampleRate()));
             break;
-        case kEffectCancelled:
+        case kJobCancelled:
             result.status = LEffectStatus::kJobCancelled;
             break;
         default:
@@ -145,7 +145,7 @@ int LEffectDriver::Process(const LEffectInfo& info, LOMFile& doc,
     switch (info.id) {
         case LEffectId::kAmplify:
             Amplify(list, doc.selStart, doc.selEnd, values[0]);
-            return kEffectDone;
+            return kJobDone;
         case LEffectId::kNormalize:
             return job([&](LProgress& p) { return Normalize(p, request); });
         case LEffectId::kEnvelope: {
@@ -175,13 +175,13 @@ int LEffectDriver::Process(const LEffectInfo& info, LOMFile& doc,
                                   : info.id == LEffectId::kInsertSilenceEnd ? LSilenceAt::kEnd
                                                                             : LSilenceAt::kCurrent;
             position = InsertSilence(list, at, doc.cursor, static_cast<int32_t>(frames));
-            return kEffectDone;
+            return kJobDone;
         }
         case LEffectId::kReverse:
             return job([&](LProgress& p) { return Reverse(p, request); });
         case LEffectId::kRepeatLoop:
             RepeatLoop(list, doc.selStart, doc.selEnd, values[0]);
-            return kEffectDone;
+            return kJobDone;
         case LEffectId::kDcOffset:
             return job([&](LProgress& p) { return DcOffset(p, request); });
         case LEffectId::kAutoClickPop: {
@@ -191,10 +191,10 @@ int LEffectDriver::Process(const LEffectInfo& info, LOMFile& doc,
         }
         case LEffectId::kManualClickPop:
             ManualClickRepair(list, doc.selStart, doc.selEnd);
-            return kEffectDone;
+            return kJobDone;
         default:
             LTracef("LEffectDriver::Process no processing for %s", info.command);
-            return kEffectFailed;
+            return kJobFailed;
     }
 }
 

@@ -75,11 +75,11 @@ bool LEffectOutput::Close() {
 
 int LEffectOutput::Finish(int result, LCutListAudio& list, int32_t start, int32_t end) {
     const bool written = Close();
-    if (result == kEffectDone && !written) {
+    if (result == kJobDone && !written) {
         LTrace("LEffectOutput::Finish output could not be written");
-        result = kEffectFailed;
+        result = kJobFailed;
     }
-    if (result == kEffectDone) {
+    if (result == kJobDone) {
         // An empty range still pumps one frame; only the range's own length goes back.
         start = std::max(start, 0);
         output_.EfTrimTail(std::max(end - start, 0));

@@ -1,8 +1,8 @@
 #pragma once
 // The pieces every effect run is made of: the request record a processing function
-// receives, the job result codes, the job object that a progress display runs, the range
-// pump that moves a range of a source block by block, and the replacement of a range of a
-// document's list by an effect's output.
+// receives, the job object that a progress display runs, the range pump that moves a range
+// of a source block by block, and the replacement of a range of a document's list by an
+// effect's output. Jobs return the results of core/progress.h.
 //
 // Everything here runs synchronously on the calling thread (the thread that owns the
 // document). The progress is borrowed for the call; its cancel flag is polled once per
@@ -20,13 +20,6 @@
 
 namespace osmera {
 
-// Job results.
-enum : int {
-    kEffectDone = 0,
-    kEffectCancelled = 1,
-    kEffectFailed = 2,  // bad parameters, unlike formats, or output that could not be written
-};
-
 // What a processing function works on: the list, the range [rangeStart, rangeEnd) and the
 // effect's parameters as plain integers in table order. The list is borrowed.
 struct LEffectRequest {
@@ -36,8 +29,8 @@ struct LEffectRequest {
     std::vector<int32_t> params;
 };
 
-// A job the progress display runs; Run returns kEffectDone, kEffectCancelled or
-// kEffectFailed.
+// A job the progress display runs; Run returns kJobDone, kJobCancelled or
+// kJobFailed.
 class LEffectJob {
   public:
     virtual ~LEffectJob() = default;
@@ -48,7 +41,7 @@ class LEffectJob {
 class LFunctionJob : public LEffectJob {
   public:
     explicit LFunctionJob(std::function<int(LProgress&)> fn) : fn_(std::move(fn)) {}
-    int Run(LProgress& progress) override { return fn_ ? fn_(progress) : kEffectFailed; }
+    int Run(LProgress& progress) override { return fn_ ? fn_(progress) : kJobFailed; }
 
   private:
     std::function<int(LProgress&)> fn_;

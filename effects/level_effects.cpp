@@ -95,10 +95,10 @@ int32_t NormalizeGain(int32_t levelPercent, int64_t peak) {
 int Normalize(LProgress& progress, const LEffectRequest& request) {
     if (!request.list || request.params.empty()) {
         LTrace("Normalize request without list or level");
-        return kEffectFailed;
+        return kJobFailed;
     }
     if (request.rangeStart >= request.rangeEnd)
-        return kEffectDone;
+        return kJobDone;
     ShowEffectTitle(progress, GetEffectInfo(LEffectId::kNormalize).progressTitle);
     auto source = request.list->MakeSource();
     const int32_t start = std::max(request.rangeStart, 0);
@@ -110,7 +110,7 @@ int Normalize(LProgress& progress, const LEffectRequest& request) {
     int64_t peak = 0;
     for (int64_t done = 0; done < total;) {
         if (progress.IsCancelled())
-            return kEffectCancelled;
+            return kJobCancelled;
         const auto n = static_cast<int32_t>(std::min<int64_t>(total - done, kBlock));
         source->Read(buffer.data(), n);
         const auto [lo, hi] = std::minmax_element(buffer.begin(), buffer.begin() + n * channels);
@@ -121,18 +121,18 @@ int Normalize(LProgress& progress, const LEffectRequest& request) {
     if (peak > 0)
         Amplify(*request.list, request.rangeStart, request.rangeEnd,
                 NormalizeGain(request.params[0], peak));
-    return kEffectDone;
+    return kJobDone;
 }
 
 int Envelope(LProgress& progress, const LEffectRequest& request, const LPointList& points,
              const char* title) {
     if (!request.list)
-        return kEffectFailed;
+        return kJobFailed;
     if (request.rangeStart > request.rangeEnd)
-        return kEffectDone;
+        return kJobDone;
     if (points.size() < 2) {
         LTrace("Envelope fewer than two points");
-        return kEffectFailed;
+        return kJobFailed;
     }
     ShowEffectTitle(progress, title);
     LCutListAudio& list = *request.list;
@@ -155,7 +155,7 @@ int Envelope(LProgress& progress, const LEffectRequest& request, const LPointLis
     int64_t pos = 0;
     for (;;) {
         if (progress.IsCancelled())
-            return output.Finish(kEffectCancelled, list, start, 0);
+            return output.Finish(kJobCancelled, list, start, 0);
         while (segEnd - pos < 1 && !lastSegment) {
             if (nextPoint >= points.size()) {
                 // The last segment runs to the end with the last target.
@@ -168,7 +168,7 @@ int Envelope(LProgress& progress, const LEffectRequest& request, const LPointLis
             }
         }
         if (segEnd - pos < 1)
-            return output.Finish(kEffectDone, list, start, request.rangeEnd);
+            return output.Finish(kJobDone, list, start, request.rangeEnd);
         const auto frames = static_cast<int32_t>(std::min<int64_t>(segEnd - pos, kBlock));
         source->Read(buffer.data(), frames);
         // One step per block, applied after every sample (not every frame).
@@ -189,11 +189,11 @@ int DcOffsetCorrect(LProgress& progress, LSoundSourceBase& source, LSoundSinkBas
     const uint8_t sinkChannels = sink ? sink->GetChannels() : 1;
     if (source.GetChannels() != sinkChannels || source.GetSampleRate() != sinkRate) {
         LTrace("DcOffsetCorrect source and sink formats differ");
-        return kEffectFailed;
+        return kJobFailed;
     }
     if (!source.IsOk()) {
         LTrace("DcOffsetCorrect source not ready");
-        return kEffectFailed;
+        return kJobFailed;
     }
     const size_t channels = source.GetChannels();
     const int32_t length = source.GetLengthSample();
@@ -203,7 +203,7 @@ int DcOffsetCorrect(LProgress& progress, LSoundSourceBase& source, LSoundSinkBas
 
     for (int32_t done = 0; done < length;) {
         if (progress.IsCancelled())
-            return kEffectCancelled;
+            return kJobCancelled;
         const int32_t n = std::min(length - done, kBlock);
         source.Read(buffer.data(), n);
         // Channel by channel with a stride, so the loop has no division per sample.
@@ -224,7 +224,7 @@ int DcOffsetCorrect(LProgress& progress, LSoundSourceBase& source, LSoundSinkBas
     }
     for (int32_t done = 0; done < length;) {
         if (progress.IsCancelled())
-            return kEffectCancelled;
+            return kJobCancelled;
         const int32_t n = std::min(length - done, kBlock);
         source.Read(buffer.data(), n);
         for (size_t c = 0; c < channels; ++c) {
@@ -236,14 +236,14 @@ int DcOffsetCorrect(LProgress& progress, LSoundSourceBase& source, LSoundSinkBas
         done += n;
         progress.SetFraction(source.GetPositionSample() / progressLength);
     }
-    return kEffectDone;
+    return kJobDone;
 }
 
 int DcOffset(LProgress& progress, const LEffectRequest& request) {
     if (!request.list)
-        return kEffectFailed;
+        return kJobFailed;
     if (request.rangeStart > request.rangeEnd)
-        return kEffectDone;
+        return kJobDone;
     ShowEffectTitle(progress, GetEffectInfo(LEffectId::kDcOffset).progressTitle);
     LCutListAudio& list = *request.list;
     const LCutListAudio range = CopyRange(list, request.rangeStart, request.rangeEnd);
