@@ -69,9 +69,15 @@ int LPRSourceToSink::Process() {
         const int64_t position = source->GetPositionSample();
         if (position >= length) {
             const int64_t last = kBlockFrames - (position - length);
-            if (last >= 1 && last <= kBlockFrames) sink_->Write(buffer.data(), static_cast<int32_t>(last));
+            if (last >= 1 && last <= kBlockFrames) {
+                if (hook_)
+                    hook_(buffer.data(), static_cast<int32_t>(last));
+                sink_->Write(buffer.data(), static_cast<int32_t>(last));
+            }
             return kJobDone;
         }
+        if (hook_)
+            hook_(buffer.data(), kBlockFrames);
         sink_->Write(buffer.data(), kBlockFrames);
         progress_->SetFraction(static_cast<double>(position) / progressLength);
     }
@@ -94,6 +100,8 @@ int LPRSourceToSink::ProcessSpan(int32_t start, int32_t end) {
         if (n < 1) return kJobDone;
         if (n > kBlockFrames) n = kBlockFrames;
         source_->Read(buffer.data(), static_cast<int32_t>(n));
+        if (hook_)
+            hook_(buffer.data(), static_cast<int32_t>(n));
         if (sink_) sink_->Write(buffer.data(), static_cast<int32_t>(n));
         done += n;
         progress_->SetFraction(static_cast<double>(done) / static_cast<double>(total));

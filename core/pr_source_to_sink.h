@@ -9,6 +9,7 @@
 // sink unusable, nothing moved).
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "core/progress.h"
@@ -20,6 +21,12 @@ namespace osmera {
 class LPRSourceToSink {
 public:
     static constexpr int32_t kBlockFrames = 8192;
+
+    // Sees every block between its Read and its Write (`count` frames of interleaved
+    // samples) and may change the samples in place: what an effect that measures or
+    // processes as it goes adds to the run. Only the frames that go to the sink are shown
+    // (the last block of a whole-source run is cut to the source's end).
+    using BlockHook = std::function<void(int32_t* samples, int32_t count)>;
 
     // `progress` may be null (nothing shown, never cancelled); it must outlive the run.
     // `title` is line 0 of the progress during a whole-source run.
@@ -37,12 +44,16 @@ public:
     // source's error: a failed source delivers what its Read delivers.
     int ProcessSpan(int32_t start, int32_t end);
 
+    // Installs the block hook for the following runs (an empty hook removes it).
+    void SetBlockHook(BlockHook hook) { hook_ = std::move(hook); }
+
 private:
     LSourceRef source_;
     LSinkRef sink_;
     LNullProgress nullProgress_;
     LProgress* progress_;
     std::string title_;
+    BlockHook hook_;
 };
 
 }  // namespace osmera

@@ -13,6 +13,7 @@
 #include <functional>
 #include <vector>
 
+#include "core/pr_source_to_sink.h"
 #include "core/progress.h"
 #include "core/sound_sink_base.h"
 #include "core/sound_source_base.h"
@@ -48,11 +49,13 @@ class LFunctionJob : public LEffectJob {
 };
 
 // Moves [start, end) of `source` (start clamped at 0; seeked there when above 0) into
-// `sink` (may be null: the frames are read and dropped) in blocks of 8192 frames, setting
-// the fraction done after each block. An empty range still moves one frame. True when the
-// user cancelled, false when the range was finished.
-bool RangePump(LProgress& progress, LSoundSourceBase& source, LSoundSinkBase* sink, int32_t start,
-               int32_t end);
+// `sink` (may be null: the frames are read and dropped) through the pump's span run, in
+// blocks of 8192 frames, setting the fraction done after each block and showing each block
+// to `hook` (when given) before it is written. An empty range (or end before start) still
+// moves one frame. kJobDone when the range was finished, kJobCancelled when the user
+// cancelled, kJobFailed when source and sink differ in rate or channels.
+int RangePump(LProgress& progress, LSourceRef source, LSinkRef sink, int32_t start, int32_t end,
+              LPRSourceToSink::BlockHook hook = {});
 
 // Deletes [start, end) of `list` and inserts `output` at start.
 void ReplaceRange(LCutListAudio& list, int32_t start, int32_t end, const LCutListAudio& output);
@@ -75,7 +78,7 @@ class LEffectOutput {
     LEffectOutput(const LEffectOutput&) = delete;
     LEffectOutput& operator=(const LEffectOutput&) = delete;
 
-    LSoundSinkBase* Sink() const;
+    const LSinkRef& Sink() const { return sink_; }
     int Finish(int result, LCutListAudio& list, int32_t start, int32_t end);
     // Releases the sink; `List()` then holds what was written.
     bool Close();

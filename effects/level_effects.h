@@ -55,7 +55,7 @@ int Envelope(LProgress& progress, const LEffectRequest& request, const LPointLis
 // The two-pass correction of `source` from its start to its length into `sink` (may be
 // null: one channel at 44100 Hz is then assumed). kJobFailed when the formats differ or
 // the source is not usable.
-int DcOffsetCorrect(LProgress& progress, LSoundSourceBase& source, LSoundSinkBase* sink);
+int DcOffsetCorrect(LProgress& progress, LSourceRef source, LSinkRef sink);
 
 // DC offset correction of the request's range, replacing it.
 int DcOffset(LProgress& progress, const LEffectRequest& request);

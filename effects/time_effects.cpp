@@ -46,12 +46,11 @@ int Reverse(LProgress& progress, const LEffectRequest& request) {
     LCutListAudio& list = *request.list;
     const LCutListAudio range = CopyRange(list, request.rangeStart, request.rangeEnd);
     LSourceRef inner = range.MakeSource();
-    LSRCReverse reverse(inner);
+    LSourceRef reverse(new LSRCReverse(inner));
     LEffectOutput output(list.GetSampleRate(), list.GetChannels());
     const int32_t length = range.GetLength();
-    const bool cancelled = RangePump(progress, reverse, output.Sink(), 0, length);
-    return output.Finish(cancelled ? kJobCancelled : kJobDone, list, request.rangeStart,
-                         request.rangeEnd);
+    const int result = RangePump(progress, reverse, output.Sink(), 0, length);
+    return output.Finish(result, list, request.rangeStart, request.rangeEnd);
 }
 
 int32_t InsertSilence(LCutListAudio& list, LSilenceAt at, int32_t cursor, int32_t frames) {

@@ -49,6 +49,30 @@ TEST(Pump, WholeRunBlockAccounting) {
     }
 }
 
+// The hook sees exactly the frames the sink gets, in both runs, and what it changes is
+// what the sink receives.
+TEST(Pump, BlockHookSeesAndChangesEveryWrittenBlock) {
+    for (const bool span : {false, true}) {
+        SCOPED_TRACE(span);
+        auto source = Ramp(10000, 2);
+        auto sink = MakeRef<CollectSink>(44100, 2);
+        std::vector<int32_t> seen;
+        LPRSourceToSink pump(source, sink);
+        pump.SetBlockHook([&](int32_t* samples, int32_t count) {
+            seen.push_back(count);
+            for (int32_t i = 0; i < count * 2; ++i)
+                samples[i] = -samples[i];
+        });
+        EXPECT_EQ(span ? pump.ProcessSpan(0, 10000) : pump.Process(), kJobDone);
+        EXPECT_EQ(seen, sink->writes);
+        EXPECT_EQ(seen, (std::vector<int32_t>{8192, 1808}));
+        std::vector<int32_t> negated = source->Samples();
+        for (int32_t& v : negated)
+            v = -v;
+        EXPECT_EQ(sink->samples, negated);
+    }
+}
+
 TEST(Pump, WholeRunProgressMovesPerBlock) {
     auto sink = MakeRef<CollectSink>(44100, 1);
     RecordingProgress progress;

@@ -139,10 +139,10 @@ TEST_F(LevelTest, DcOffsetOnOneChannelLeavesTheOtherAlone) {
 TEST_F(LevelTest, DcOffsetRefusesUnlikeFormats) {
     LCutListAudio list = Written(Constant(100, 2, 5), 2);
     auto source = list.MakeSource();
-    testing::CollectSink mono(44100, 1);
+    LRef<testing::CollectSink> mono(new testing::CollectSink(44100, 1));
     RecordingProgress progress;
-    EXPECT_EQ(DcOffsetCorrect(progress, *source, &mono), kJobFailed);
-    EXPECT_TRUE(mono.samples.empty());
+    EXPECT_EQ(DcOffsetCorrect(progress, source, mono), kJobFailed);
+    EXPECT_TRUE(mono->samples.empty());
 }
 
 TEST_F(LevelTest, CancelledRunsLeaveTheListBitForBit) {
