@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "core/trace.h"
+#include "edit/audio_cut_tank.h"
 #include "effects/auto_trim.h"
 #include "effects/click_repair.h"
 #include "effects/time_effects.h"
@@ -87,6 +88,10 @@ LEffectResult LEffectDriver::Run(LEffectId id, LEffectDialog* dialog) {
         !ManualRepairFits(int64_t{doc->selEnd} - doc->selStart,
                           static_cast<int32_t>(doc->audio.GetSampleRate())))
         return refuse(LEffectStatus::kRefused, "Osmera", kManualRepairTooLongMessage);
+    // Every effect may write new audio: with no cut number free it is refused before its
+    // dialog and its undo step, so the document and the undo ring stay as they were.
+    if (controller_.CheckFreeCuts() != LEditResult::kDone)
+        return refuse(LEffectStatus::kRefused, "Osmera", kCutTankFullMessage);
 
     std::vector<int32_t> values = ReadEffectParams(info, settings_);
     if (!info.params.empty()) {

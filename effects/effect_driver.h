@@ -58,7 +58,8 @@ enum class LEffectStatus {
     kJobFailed,        // the job failed: document unchanged, undo step recorded
     kNoDocument,       // nothing was done
     kDialogCancelled,  // the dialog was cancelled (or refused a value): nothing was done
-    kRefused,          // refused before the dialog (mono file, selection too long): message
+    kRefused,          // refused before the dialog (mono file, selection too long, no free
+                       // cut number): message
     kNotAvailable,     // an effect this build does not process
 };
 
