@@ -99,11 +99,11 @@ int RunConvert(int argc, char** argv) {
     LTerminalProgress progress;
     const int result = LPRSourceToSink(source, sink, &progress, "Converting").Process();
     progress.Done();
-    if (result == kPumpCancelled) {
+    if (result == kJobCancelled) {
         PrintError("interrupted; " + out + " was left as it was");
         return kExitCancelled;
     }
-    if (result != kPumpDone) {
+    if (result != kJobDone) {
         PrintError("cannot convert " + in + " to " + std::to_string(rate) + " Hz, " +
                    std::to_string(channels) + " channel(s)");
         return kExitFailed;

@@ -11,12 +11,12 @@
 #include "cli/args.h"
 #include "cli/commands.h"
 #include "cli/device_choice.h"
-#include "cli/script_words.h"
 #include "cli/terminal_progress.h"
 #include "core/sound_time.h"
 #include "devices/dispatcher.h"
 #include "devices/sound_devices.h"
 #include "devices/sound_player.h"
+#include "effects/script_words.h"
 #include "formats/open_audio_source.h"
 #include "formats/open_error_message.h"
 

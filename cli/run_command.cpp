@@ -6,6 +6,7 @@
 // folder and every cut file are removed when the script ends, whether it finished, failed or
 // was interrupted. What runs killed outright left there goes at the next start.
 
+#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <system_error>
@@ -13,10 +14,10 @@
 #include "cli/args.h"
 #include "cli/commands.h"
 #include "cli/ini_settings_store.h"
-#include "cli/script_effect_commands.h"
-#include "cli/script_runner.h"
 #include "cli/terminal_progress.h"
 #include "edit/audio_cut_tank.h"
+#include "effects/script_effect_commands.h"
+#include "effects/script_runner.h"
 
 namespace osmera::cli {
 namespace {
@@ -48,6 +49,32 @@ class LRunFolder {
     bool ready_ = false;
     std::string message_;
 };
+
+// The runner's lines as this program prints them: printed lines on stdout, failing lines
+// on stderr as they are, messages about the run on stderr after the program's name.
+LScriptOutput TerminalOutput() {
+    LScriptOutput output;
+    output.print = [](const std::string& line) {
+        std::fprintf(stdout, "%s\n", line.c_str());
+        std::fflush(stdout);
+    };
+    output.report = [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); };
+    output.note = [](const std::string& line) { PrintError(line); };
+    return output;
+}
+
+int ExitCode(int scriptResult) {
+    switch (scriptResult) {
+        case kScriptOk:
+            return kExitOk;
+        case kScriptBadLine:
+            return kExitUsage;
+        case kScriptCancelled:
+            return kExitCancelled;
+        default:
+            return kExitFailed;
+    }
+}
 
 }  // namespace
 
@@ -94,8 +121,8 @@ int RunScript(int argc, char** argv) {
     {
         LDocumentController controller(settings);
         const LScriptCommandTable table = MakeScriptCommandTable();
-        LScriptRunner runner(table, controller, progress);
-        code = runner.Run(script);
+        LScriptRunner runner(table, controller, progress, TerminalOutput());
+        code = ExitCode(runner.Run(script));
     }  // documents, undo steps and the clipboard release their cuts here
     SetScriptSettings(nullptr);
     progress.Done();

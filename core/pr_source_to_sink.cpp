@@ -39,11 +39,11 @@ int LPRSourceToSink::Process() {
 
     if (source_->GetError() != kSourceOk) {
         LTrace("LPRSourceToSink::Process Source Error");
-        return kPumpFailed;
+        return kJobFailed;
     }
     if (!sink_ || sink_->IsError()) {
         LTrace("LPRSourceToSink::Process Sink Error");
-        return kPumpFailed;
+        return kJobFailed;
     }
 
     // A converter that cannot do the conversion (rates too far apart) has an error of its
@@ -52,9 +52,9 @@ int LPRSourceToSink::Process() {
     LSourceRef source = MatchFormat(source_, sink_->GetSampleRate(), sink_->GetChannels());
     if (source->GetError() != kSourceOk) {
         LTrace("LPRSourceToSink::Process Source Error");
-        return kPumpFailed;
+        return kJobFailed;
     }
-    if (!FormatsAgree(*source, *sink_)) return kPumpFailed;
+    if (!FormatsAgree(*source, *sink_)) return kJobFailed;
     if (source->GetPeak() > kPeak16Bit) source = LSourceRef(new LSRCPeakLimiter(source, kPeak16Bit));
 
     // The real length decides how much of the last block is written; a length of 0 is
@@ -64,23 +64,29 @@ int LPRSourceToSink::Process() {
 
     std::vector<int32_t> buffer(static_cast<size_t>(kBlockFrames) * source->GetChannels());
     for (;;) {
-        if (progress_->IsCancelled()) return kPumpCancelled;
+        if (progress_->IsCancelled()) return kJobCancelled;
         source->Read(buffer.data(), kBlockFrames);
         const int64_t position = source->GetPositionSample();
         if (position >= length) {
             const int64_t last = kBlockFrames - (position - length);
-            if (last >= 1 && last <= kBlockFrames) sink_->Write(buffer.data(), static_cast<int32_t>(last));
-            return kPumpDone;
+            if (last >= 1 && last <= kBlockFrames) {
+                if (hook_)
+                    hook_(buffer.data(), static_cast<int32_t>(last));
+                sink_->Write(buffer.data(), static_cast<int32_t>(last));
+            }
+            return kJobDone;
         }
+        if (hook_)
+            hook_(buffer.data(), kBlockFrames);
         sink_->Write(buffer.data(), kBlockFrames);
         progress_->SetFraction(static_cast<double>(position) / progressLength);
     }
 }
 
 int LPRSourceToSink::ProcessSpan(int32_t start, int32_t end) {
-    if (end < start) return kPumpDone;
+    if (end < start) return kJobDone;
     progress_->SetLine(1, kPleaseWait);
-    if (sink_ && !FormatsAgree(*source_, *sink_)) return kPumpFailed;
+    if (sink_ && !FormatsAgree(*source_, *sink_)) return kJobFailed;
     if (start > 0) source_->Seek(start);
 
     int64_t total = start > 0 ? static_cast<int64_t>(end) - start : end;
@@ -89,11 +95,13 @@ int LPRSourceToSink::ProcessSpan(int32_t start, int32_t end) {
 
     std::vector<int32_t> buffer(static_cast<size_t>(kBlockFrames) * source_->GetChannels());
     for (;;) {
-        if (progress_->IsCancelled()) return kPumpCancelled;
+        if (progress_->IsCancelled()) return kJobCancelled;
         int64_t n = total - done;
-        if (n < 1) return kPumpDone;
+        if (n < 1) return kJobDone;
         if (n > kBlockFrames) n = kBlockFrames;
         source_->Read(buffer.data(), static_cast<int32_t>(n));
+        if (hook_)
+            hook_(buffer.data(), static_cast<int32_t>(n));
         if (sink_) sink_->Write(buffer.data(), static_cast<int32_t>(n));
         done += n;
         progress_->SetFraction(static_cast<double>(done) / static_cast<double>(total));

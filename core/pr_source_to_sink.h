@@ -4,11 +4,12 @@
 // application and conversion runs through it.
 //
 // Runs on the calling thread; it holds references to its source and sink for the whole
-// run and drops them when the pump is destroyed. Results: 0 completed, 1 cancelled by
-// the user (the sink keeps what it already took), 2 source or sink unusable, nothing
-// moved.
+// run and drops them when the pump is destroyed. Results are job results (core/progress.h):
+// kJobDone, kJobCancelled (the sink keeps what it already took), kJobFailed (source or
+// sink unusable, nothing moved).
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "core/progress.h"
@@ -17,15 +18,15 @@
 
 namespace osmera {
 
-enum : int {
-    kPumpDone = 0,
-    kPumpCancelled = 1,
-    kPumpFailed = 2,
-};
-
 class LPRSourceToSink {
 public:
     static constexpr int32_t kBlockFrames = 8192;
+
+    // Sees every block between its Read and its Write (`count` frames of interleaved
+    // samples) and may change the samples in place: what an effect that measures or
+    // processes as it goes adds to the run. Only the frames that go to the sink are shown
+    // (the last block of a whole-source run is cut to the source's end).
+    using BlockHook = std::function<void(int32_t* samples, int32_t count)>;
 
     // `progress` may be null (nothing shown, never cancelled); it must outlive the run.
     // `title` is line 0 of the progress during a whole-source run.
@@ -43,12 +44,16 @@ public:
     // source's error: a failed source delivers what its Read delivers.
     int ProcessSpan(int32_t start, int32_t end);
 
+    // Installs the block hook for the following runs (an empty hook removes it).
+    void SetBlockHook(BlockHook hook) { hook_ = std::move(hook); }
+
 private:
     LSourceRef source_;
     LSinkRef sink_;
     LNullProgress nullProgress_;
     LProgress* progress_;
     std::string title_;
+    BlockHook hook_;
 };
 
 }  // namespace osmera

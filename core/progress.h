@@ -9,6 +9,14 @@
 
 namespace osmera {
 
+// The result of every long job (pump runs, file loads and saves, effects), the same
+// three codes whoever runs it.
+enum : int {
+    kJobDone = 0,       // finished
+    kJobCancelled = 1,  // the user cancelled; what the job was changing is left as it was
+    kJobFailed = 2,     // source, sink, file or parameters unusable
+};
+
 class LProgress {
 public:
     virtual ~LProgress() = default;

@@ -13,19 +13,6 @@
 namespace osmera {
 namespace {
 
-// Stands in for a missing listener.
-class LNullPlayerNotify : public LSoundPlayerNotify {
-  public:
-    void OnPlay(void*) override {}
-    void OnStop(void*) override {}
-    void OnCue(void*) override {}
-    void OnPause(void*) override {}
-    void OnPosition(void*, int32_t) override {}
-    void OnLevels(void*, const LChannelLevels&) override {}
-};
-
-LNullPlayerNotify gNullPlayerNotify;
-
 // The source held while nothing plays.
 LSourceRef DefaultSource() {
     return MakeRef<LSRCSilence>(11025, 1, 0);
@@ -55,7 +42,7 @@ LSoundPlayer::LSoundPlayer(LDispatcher* dispatcher)
       deviceEvent_(std::make_shared<LEvent>()),
       deviceSignal_(deviceEvent_),
       doneHandler_(std::make_unique<LSoundPlayerDoneHandlerThread>(*this)),
-      notifier_([this] { EvNotify(); }, dispatcher) {}
+      link_([this] { EvNotify(); }, dispatcher) {}
 
 LSoundPlayer::~LSoundPlayer() {
     Stop();
@@ -68,12 +55,7 @@ void LSoundPlayer::SetDeviceOpener(LOutDeviceOpener opener) {
 }
 
 void LSoundPlayer::SetNotify(LSoundPlayerNotify* notify, void* cookie) {
-    notify_ = notify;
-    cookie_ = cookie;
-}
-
-LSoundPlayerNotify& LSoundPlayer::Listener() {
-    return notify_ ? *notify_ : gNullPlayerNotify;
+    link_.Set(notify, cookie);
 }
 
 int32_t LSoundPlayer::FramesPerBufferFor(int32_t rate) {
@@ -134,10 +116,10 @@ bool LSoundPlayer::Start(LSourceRef source, uint32_t flags) {
     played_ = source_->GetPositionSample();
     LThread::Start(kThreadPriorityNormal);
     if (flags & kStartPaused)
-        Listener().OnPause(cookie_);
+        link_.Call(&LSoundPlayerNotify::OnPause);
     else
-        Listener().OnPlay(cookie_);
-    Listener().OnPosition(cookie_, Milliseconds(played_));
+        link_.Call(&LSoundPlayerNotify::OnPlay);
+    link_.Call(&LSoundPlayerNotify::OnPosition, Milliseconds(played_));
     return true;
 }
 
@@ -175,7 +157,7 @@ void LSoundPlayer::Stop() {
     state_ = 0;
     end_ = 0;
     positionChanged_ = 0;
-    Listener().OnStop(cookie_);
+    link_.Call(&LSoundPlayerNotify::OnStop);
 }
 
 void LSoundPlayer::Pause() {
@@ -183,7 +165,7 @@ void LSoundPlayer::Pause() {
         return;
     out_->Pause();
     state_.fetch_or(kStatePaused);
-    Listener().OnPause(cookie_);
+    link_.Call(&LSoundPlayerNotify::OnPause);
 }
 
 void LSoundPlayer::Play() {
@@ -200,7 +182,7 @@ void LSoundPlayer::Play() {
         out_->Restart();
         ClearStateBits(kStatePaused);
     }
-    Listener().OnPlay(cookie_);
+    link_.Call(&LSoundPlayerNotify::OnPlay);
 }
 
 void LSoundPlayer::Cue() {
@@ -220,8 +202,8 @@ void LSoundPlayer::Cue() {
     state_ = kStateOpen | kStateCued;
     end_ = 0;
     positionChanged_ = 0;
-    Listener().OnCue(cookie_);
-    Listener().OnPosition(cookie_, Milliseconds(played_));
+    link_.Call(&LSoundPlayerNotify::OnCue);
+    link_.Call(&LSoundPlayerNotify::OnPosition, Milliseconds(played_));
 }
 
 void LSoundPlayer::Seek(int32_t frame) {
@@ -239,22 +221,17 @@ void LSoundPlayer::Seek(int32_t frame) {
         WriteCueBuffer();
     else
         LThread::Start(kThreadPriorityNormal);
-    Listener().OnPosition(cookie_, Milliseconds(played_));
+    link_.Call(&LSoundPlayerNotify::OnPosition, Milliseconds(played_));
 }
 
 void LSoundPlayer::EvNotify() {
     if (!end_ && positionChanged_) {
         positionChanged_ = 0;
-        Listener().OnPosition(cookie_, Milliseconds(played_));
-        LChannelLevels levels;
-        {
-            std::lock_guard<std::mutex> l(levelsLock_);
-            levels = levels_;
-        }
-        Listener().OnLevels(cookie_, levels);
+        link_.Call(&LSoundPlayerNotify::OnPosition, Milliseconds(played_));
+        link_.Call(&LSoundPlayerNotify::OnLevels, link_.Levels());
     }
     if (end_) {
-        Listener().OnPosition(cookie_, Milliseconds(source_->GetLengthSample()));
+        link_.Call(&LSoundPlayerNotify::OnPosition, Milliseconds(source_->GetLengthSample()));
         LTrace("LSoundPlayer::EvNotify() bNotifyStop");
         Stop();
     }
@@ -295,7 +272,7 @@ void LSoundPlayer::WriteCueBuffer() {
     if (out_->Write(&h.hdr) != kWaveOk)
         LTrace("LSoundPlayer::WaveHeader::Write waveOutWrite ERROR");
     ComputePlayerLevels(work_.data(), q, channels_, &h.levels);
-    Listener().OnLevels(cookie_, h.levels);
+    link_.Call(&LSoundPlayerNotify::OnLevels, h.levels);
 }
 
 void LSoundPlayer::ThreadFunction() {
@@ -324,7 +301,7 @@ void LSoundPlayer::ThreadFunction() {
                     bufferFree_.Reset();
                     if (headers_[(k + kBuffers - 1) % kBuffers].free) {
                         end_ = 1;
-                        notifier_.Notify();
+                        link_.Notify();
                     }
                     bufferFree_.WaitSignalDual(StopEvent(), kWaitMs);
                 }
@@ -366,10 +343,7 @@ void LSoundPlayer::DoneHandlerLoop(LThread& self) {
         WaveHeader& h = headers_[j];
         if (h.hdr.flags.load() & kWaveDone) {
             played_ = static_cast<int32_t>(h.hdr.user);
-            {
-                std::lock_guard<std::mutex> l(levelsLock_);
-                levels_ = h.levels;
-            }
+            link_.SetLevels(h.levels);
             h.hdr.flags.fetch_and(kWavePrepared);
             h.free = 1;
             bufferFree_.Set();
@@ -380,7 +354,7 @@ void LSoundPlayer::DoneHandlerLoop(LThread& self) {
                 starved_ = true;
             }
             positionChanged_ = 1;
-            notifier_.Notify();
+            link_.Notify();
             j = (j + 1) % kBuffers;
         } else {
             deviceSignal_.WaitSignalDual(self.StopEvent(), kWaitMs);

@@ -22,11 +22,11 @@
 
 #include "core/sound_source_base.h"
 #include "devices/channel_levels.h"
+#include "devices/listener_link.h"
 #include "devices/signal_object.h"
 #include "devices/sound_device.h"
 #include "devices/sound_devices.h"
 #include "devices/thread.h"
-#include "devices/thread_queued_notify.h"
 
 namespace osmera {
 
@@ -113,7 +113,6 @@ class LSoundPlayer : public LThread {
     void FillHeader(WaveHeader& h, int32_t position, int32_t frames);
     int32_t Milliseconds(int32_t frame) const;
     void ClearStateBits(uint16_t bits) { state_.fetch_and(static_cast<uint16_t>(~bits)); }
-    LSoundPlayerNotify& Listener();
 
     LSourceRef source_;
     LOutDeviceOpener opener_;
@@ -128,17 +127,13 @@ class LSoundPlayer : public LThread {
     std::vector<int16_t> memory_;  // all buffers, one slice each
     std::vector<int32_t> work_;
     WaveHeader headers_[kBuffers];
-    mutable std::mutex levelsLock_;
-    LChannelLevels levels_;
     std::shared_ptr<LEvent> deviceEvent_;
     LSignalObject deviceSignal_;
     LSignalObject bufferFree_;
     std::atomic<bool> starved_{false};
     std::atomic<int32_t> finishedCount_{0};
-    LSoundPlayerNotify* notify_ = nullptr;
-    void* cookie_ = nullptr;
     std::unique_ptr<LSoundPlayerDoneHandlerThread> doneHandler_;
-    LThreadQueuedNotify notifier_;
+    LListenerLink<LSoundPlayerNotify> link_;
 };
 
 }  // namespace osmera

@@ -11,17 +11,6 @@
 namespace osmera {
 namespace {
 
-class LNullRecorderNotify : public LSoundRecorderNotify {
-  public:
-    void OnRecord(void*) override {}
-    void OnWaiting(void*) override {}
-    void OnStop(void*) override {}
-    void OnPosition(void*, int32_t) override {}
-    void OnLevels(void*, const LChannelLevels&) override {}
-};
-
-LNullRecorderNotify gNullRecorderNotify;
-
 constexpr uint32_t kStopTimeoutMs = 5000;
 constexpr int32_t kKeepAfterVoiceStopMs = 450;
 constexpr int32_t kKeepAfterStopMs = 50;
@@ -35,7 +24,7 @@ int32_t FramesOfMs(int32_t ms, int32_t rate) {
 }  // namespace
 
 LSoundRecorder::LSoundRecorder(LDispatcher* dispatcher)
-    : opener_(OpenSystemInDevice), notifier_([this] { EvNotify(); }, dispatcher) {}
+    : opener_(OpenSystemInDevice), link_([this] { EvNotify(); }, dispatcher) {}
 
 LSoundRecorder::~LSoundRecorder() {
     StopThreadTimed(kStopTimeoutMs);
@@ -46,12 +35,7 @@ void LSoundRecorder::SetDeviceOpener(LInDeviceOpener opener) {
 }
 
 void LSoundRecorder::SetNotify(LSoundRecorderNotify* notify, void* cookie) {
-    notify_ = notify;
-    cookie_ = cookie;
-}
-
-LSoundRecorderNotify& LSoundRecorder::Listener() {
-    return notify_ ? *notify_ : gNullRecorderNotify;
+    link_.Set(notify, cookie);
 }
 
 int32_t LSoundRecorder::SinkMs() const {
@@ -88,10 +72,7 @@ bool LSoundRecorder::Start(LSinkRef sink, uint32_t flags, int8_t threshold, uint
         return false;
     }
     sink_ = std::move(sink);
-    {
-        std::lock_guard<std::mutex> l(levelsLock_);
-        levels_.channels = sink_->GetChannels();
-    }
+    link_.EditLevels([&](LChannelLevels& l) { l.channels = sink_->GetChannels(); });
     maxMs_ = maxMs;
     startThreshold_ = threshold;
     stopThreshold_ = static_cast<int8_t>(std::clamp(threshold - 4, -127, 127));
@@ -113,10 +94,10 @@ bool LSoundRecorder::Start(LSinkRef sink, uint32_t flags, int8_t threshold, uint
         return false;
     }
     if (flags & kStartRecordNow)
-        Listener().OnRecord(cookie_);
+        link_.Call(&LSoundRecorderNotify::OnRecord);
     else
-        Listener().OnWaiting(cookie_);
-    Listener().OnPosition(cookie_, lastLoud_);
+        link_.Call(&LSoundRecorderNotify::OnWaiting);
+    link_.Call(&LSoundRecorderNotify::OnPosition, lastLoud_);
     return true;
 }
 
@@ -140,11 +121,11 @@ void LSoundRecorder::Restart() {
         LTrace("LSoundRecorder::Restart ThreadStart must have failed");
         StopThreadTimed(kStopTimeoutMs);
         sink_.Reset();
-        Listener().OnStop(cookie_);
+        link_.Call(&LSoundRecorderNotify::OnStop);
         return;
     }
-    Listener().OnWaiting(cookie_);
-    Listener().OnPosition(cookie_, 0);
+    link_.Call(&LSoundRecorderNotify::OnWaiting);
+    link_.Call(&LSoundRecorderNotify::OnPosition, 0);
 }
 
 void LSoundRecorder::Stop() {
@@ -157,7 +138,7 @@ void LSoundRecorder::Stop() {
     sink_.Reset();
     lastLoud_ = 0;
     state_ = kStateIdle;
-    Listener().OnStop(cookie_);
+    link_.Call(&LSoundRecorderNotify::OnStop);
 }
 
 void LSoundRecorder::EvNotify() {
@@ -168,20 +149,15 @@ void LSoundRecorder::EvNotify() {
     }
     if (levelsChanged_) {
         levelsChanged_ = 0;
-        Listener().OnPosition(cookie_, lastLoud_);
-        LChannelLevels levels;
-        {
-            std::lock_guard<std::mutex> l(levelsLock_);
-            levels = levels_;
-        }
-        Listener().OnLevels(cookie_, levels);
+        link_.Call(&LSoundRecorderNotify::OnPosition, lastLoud_);
+        link_.Call(&LSoundRecorderNotify::OnLevels, link_.Levels());
     }
     if (stateChanged_) {
         stateChanged_ = 0;
         if (state_ == kStateWaiting)
-            Listener().OnWaiting(cookie_);
+            link_.Call(&LSoundRecorderNotify::OnWaiting);
         else
-            Listener().OnRecord(cookie_);
+            link_.Call(&LSoundRecorderNotify::OnRecord);
     }
 }
 
@@ -297,13 +273,12 @@ void LSoundRecorder::RecordLoop(LSoundInDevice& in, const LWaveFormat& format, L
                 LTrace("LSoundRecorder::WindowProcWIMData VoiceActivatedStart WAITING->RECORDING");
             }
         }
-        {
-            std::lock_guard<std::mutex> l(levelsLock_);
-            levels_.channels = static_cast<uint8_t>(channels);
-            std::copy(levels.begin(), levels.end(), levels_.level);
-        }
+        link_.EditLevels([&](LChannelLevels& l) {
+            l.channels = static_cast<uint8_t>(channels);
+            std::copy(levels.begin(), levels.end(), l.level);
+        });
         levelsChanged_ = 1;
-        notifier_.Notify();
+        link_.Notify();
     }
 
     in.Reset();

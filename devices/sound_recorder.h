@@ -23,9 +23,9 @@
 #include "core/sound_sink_base.h"
 #include "devices/channel_levels.h"
 #include "devices/event.h"
+#include "devices/listener_link.h"
 #include "devices/sound_devices.h"
 #include "devices/thread.h"
-#include "devices/thread_queued_notify.h"
 
 namespace osmera {
 
@@ -93,7 +93,6 @@ class LSoundRecorder : public LThread {
 
   private:
     int32_t SinkMs() const;
-    LSoundRecorderNotify& Listener();
     // The thread's work between opening and closing the device.
     void RecordLoop(LSoundInDevice& in, const LWaveFormat& format, LEvent& event);
 
@@ -109,13 +108,9 @@ class LSoundRecorder : public LThread {
     std::atomic<uint8_t> stopRequested_{0};
     std::atomic<uint8_t> levelsChanged_{0};
     std::atomic<uint8_t> stateChanged_{0};
-    mutable std::mutex levelsLock_;
-    LChannelLevels levels_;
     LEvent started_;
     LEvent go_;
-    LSoundRecorderNotify* notify_ = nullptr;
-    void* cookie_ = nullptr;
-    LThreadQueuedNotify notifier_;
+    LListenerLink<LSoundRecorderNotify> link_;
 };
 
 }  // namespace osmera

@@ -38,11 +38,11 @@ int LoadAudioFile(const std::string& path, LCutListAudio& target, LProgress* pro
     const int pumped = LPRSourceToSink(source, sink, progress, title).Process();
     const bool written = !sink->IsError();
     sink.Reset();  // `loaded` now holds the new cut
-    if (pumped == kPumpCancelled) {
+    if (pumped == kJobCancelled) {
         Say(message, "opening " + path + " was cancelled");
         return kJobCancelled;
     }
-    if (pumped != kPumpDone || !written) {
+    if (pumped != kJobDone || !written) {
         LTrace("LoadAudioFile pump or cut write failed");
         Say(message, "cannot read " + path + " into the working folder (is the disk full?)");
         return kJobFailed;
@@ -80,11 +80,11 @@ int SaveAudioFile(const LCutListAudio& audio, const std::string& path, int32_t b
         return kJobFailed;
     }
     const int pumped = LPRSourceToSink(audio.MakeSource(), sink, progress, title).Process();
-    if (pumped == kPumpCancelled) {
+    if (pumped == kJobCancelled) {
         Say(message, "saving " + path + " was cancelled; the file was left as it was");
         return kJobCancelled;
     }
-    const bool written = pumped == kPumpDone && sink->Finish() && !sink->WriteFailed();
+    const bool written = pumped == kJobDone && sink->Finish() && !sink->WriteFailed();
     sink.Reset();
     if (!written || !replace.Commit()) {
         LTrace("SaveAudioFile write failed");

@@ -18,12 +18,6 @@
 
 namespace osmera {
 
-enum : int {
-    kJobDone = 0,
-    kJobCancelled = 1,
-    kJobFailed = 2,
-};
-
 // What a successful load tells beside the audio.
 struct LLoadReport {
     // The PCM width (bytes per sample) a save keeps: the file's own for PCM, else 2.

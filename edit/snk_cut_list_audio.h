@@ -15,7 +15,7 @@
 //     LCutListAudio loaded;
 //     auto sink = loaded.MakeSink(rate, channels);
 //     const int result = LPRSourceToSink(reader, sink, progress).Process();
-//     const bool ok = result == kPumpDone && !sink->IsError();
+//     const bool ok = result == kJobDone && !sink->IsError();
 //     sink.Reset();  // `loaded` now holds the new cut; drop it when !ok
 //
 // The target must outlive the sink and is changed on the thread that releases the last

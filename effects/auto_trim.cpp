@@ -125,11 +125,11 @@ int AutoTrim(LProgress& progress, LCutListAudio& list, int32_t thresholdDb) {
     progress.SetFraction(1.0);
     if (keep.start >= keep.end) {
         LTrace("AutoTrim nothing louder than the threshold to keep");
-        return kEffectDone;
+        return kJobDone;
     }
     list.EfTrimTail(keep.end);
     list.EfTrimHead(keep.start);
-    return kEffectDone;
+    return kJobDone;
 }
 
 }  // namespace osmera

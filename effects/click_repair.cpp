@@ -257,7 +257,7 @@ int AutoClickRepair(LProgress& progress, const LEffectRequest& request,
     if (!request.list || request.list->GetChannels() == 0 ||
         request.rangeEnd <= request.rangeStart) {
         LTrace("AutoClickRepair empty range");
-        return kEffectFailed;
+        return kJobFailed;
     }
     ShowEffectTitle(progress, GetEffectInfo(LEffectId::kAutoClickPop).progressTitle);
     LCutListAudio& list = *request.list;
@@ -268,11 +268,11 @@ int AutoClickRepair(LProgress& progress, const LEffectRequest& request,
                   [&](uint8_t c, int64_t a, int64_t b) { batch.Repair(c, a, b); });
     if (!batch.Apply(list)) {
         LTrace("AutoClickRepair repairs could not be written");
-        return kEffectFailed;
+        return kJobFailed;
     }
     if (repairs)
         *repairs = batch.GetCount();
-    return kEffectDone;
+    return kJobDone;
 }
 
 bool ManualRepairFits(int64_t frames, int32_t sampleRate) {

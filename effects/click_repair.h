@@ -81,9 +81,9 @@ bool ScanForClicks(LProgress& progress, const LCutListAudio& list, int32_t start
 
 // The automatic command over the request's range with the detector's `settings`: every
 // click of the run is repaired into one new cut (see click_repair_batch.h), laid over the
-// list when the scan ends. kEffectFailed for an empty range or a list without channels, or
+// list when the scan ends. kJobFailed for an empty range or a list without channels, or
 // when the repaired audio could not be written (the list is then unchanged); otherwise
-// kEffectDone, also when cancelled (repairs found before the cancel are made). `repairs`,
+// kJobDone, also when cancelled (repairs found before the cancel are made). `repairs`,
 // when given, counts the repairs made.
 int AutoClickRepair(LProgress& progress, const LEffectRequest& request,
                     const LClickSettings& settings, int32_t* repairs = nullptr);

@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "core/trace.h"
+#include "edit/audio_cut_tank.h"
 #include "effects/auto_trim.h"
 #include "effects/click_repair.h"
 #include "effects/time_effects.h"
@@ -87,6 +88,10 @@ LEffectResult LEffectDriver::Run(LEffectId id, LEffectDialog* dialog) {
         !ManualRepairFits(int64_t{doc->selEnd} - doc->selStart,
                           static_cast<int32_t>(doc->audio.GetSampleRate())))
         return refuse(LEffectStatus::kRefused, "Osmera", kManualRepairTooLongMessage);
+    // Every effect may write new audio: with no cut number free it is refused before its
+    // dialog and its undo step, so the document and the undo ring stay as they were.
+    if (controller_.CheckFreeCuts() != LEditResult::kDone)
+        return refuse(LEffectStatus::kRefused, "Osmera", kCutTankFullMessage);
 
     std::vector<int32_t> values = ReadEffectParams(info, settings_);
     if (!info.params.empty()) {
@@ -116,12 +121,12 @@ LEffectResult LEffectDriver::Run(LEffectId id, LEffectDialog* dialog) {
     int32_t position = doc->selStart;
     result.code = Process(info, *doc, values, position, result);
     switch (result.code) {
-        case kEffectDone:
+        case kJobDone:
             result.status = LEffectStatus::kApplied;
             controller_.EndModifyCurrentFile(position,
                                              static_cast<int32_t>(doc->audio.GetSampleRate()));
             break;
-        case kEffectCancelled:
+        case kJobCancelled:
             result.status = LEffectStatus::kJobCancelled;
             break;
         default:
@@ -145,7 +150,7 @@ int LEffectDriver::Process(const LEffectInfo& info, LOMFile& doc,
     switch (info.id) {
         case LEffectId::kAmplify:
             Amplify(list, doc.selStart, doc.selEnd, values[0]);
-            return kEffectDone;
+            return kJobDone;
         case LEffectId::kNormalize:
             return job([&](LProgress& p) { return Normalize(p, request); });
         case LEffectId::kEnvelope: {
@@ -175,13 +180,13 @@ int LEffectDriver::Process(const LEffectInfo& info, LOMFile& doc,
                                   : info.id == LEffectId::kInsertSilenceEnd ? LSilenceAt::kEnd
                                                                             : LSilenceAt::kCurrent;
             position = InsertSilence(list, at, doc.cursor, static_cast<int32_t>(frames));
-            return kEffectDone;
+            return kJobDone;
         }
         case LEffectId::kReverse:
             return job([&](LProgress& p) { return Reverse(p, request); });
         case LEffectId::kRepeatLoop:
             RepeatLoop(list, doc.selStart, doc.selEnd, values[0]);
-            return kEffectDone;
+            return kJobDone;
         case LEffectId::kDcOffset:
             return job([&](LProgress& p) { return DcOffset(p, request); });
         case LEffectId::kAutoClickPop: {
@@ -191,10 +196,10 @@ int LEffectDriver::Process(const LEffectInfo& info, LOMFile& doc,
         }
         case LEffectId::kManualClickPop:
             ManualClickRepair(list, doc.selStart, doc.selEnd);
-            return kEffectDone;
+            return kJobDone;
         default:
             LTracef("LEffectDriver::Process no processing for %s", info.command);
-            return kEffectFailed;
+            return kJobFailed;
     }
 }
 

@@ -58,13 +58,14 @@ enum class LEffectStatus {
     kJobFailed,        // the job failed: document unchanged, undo step recorded
     kNoDocument,       // nothing was done
     kDialogCancelled,  // the dialog was cancelled (or refused a value): nothing was done
-    kRefused,          // refused before the dialog (mono file, selection too long): message
+    kRefused,          // refused before the dialog (mono file, selection too long, no free
+                       // cut number): message
     kNotAvailable,     // an effect this build does not process
 };
 
 struct LEffectResult {
     LEffectStatus status = LEffectStatus::kNoDocument;
-    int code = kEffectDone;  // the job's result when one ran
+    int code = kJobDone;  // the job's result when one ran
     std::string title;       // the message shown, if any
     std::string message;
     int32_t repairs = 0;  // clicks repaired by the automatic click repair

@@ -9,31 +9,13 @@
 
 namespace osmera {
 
-bool RangePump(LProgress& progress, LSoundSourceBase& source, LSoundSinkBase* sink, int32_t start,
-               int32_t end) {
-    if (start < 0)
-        start = 0;
-    int64_t total = int64_t{end} - start;
-    if (total < 1)
-        total = 1;
-    if (start > 0)
-        source.Seek(start);
-    constexpr int32_t kBlock = LPRSourceToSink::kBlockFrames;
-    std::vector<int32_t> buffer(static_cast<size_t>(kBlock) * source.GetChannels());
-    int64_t done = 0;
-    for (;;) {
-        if (progress.IsCancelled())
-            return true;
-        const int64_t left = total - done;
-        if (left < 1)
-            return false;
-        const auto n = static_cast<int32_t>(std::min<int64_t>(left, kBlock));
-        source.Read(buffer.data(), n);
-        if (sink)
-            sink->Write(buffer.data(), n);
-        done += n;
-        progress.SetFraction(static_cast<double>(done) / static_cast<double>(total));
-    }
+int RangePump(LProgress& progress, LSourceRef source, LSinkRef sink, int32_t start, int32_t end,
+              LPRSourceToSink::BlockHook hook) {
+    start = std::max(start, 0);
+    end = std::max(end, start);
+    LPRSourceToSink pump(std::move(source), std::move(sink), &progress);
+    pump.SetBlockHook(std::move(hook));
+    return pump.ProcessSpan(start, end);
 }
 
 void ReplaceRange(LCutListAudio& list, int32_t start, int32_t end, const LCutListAudio& output) {
@@ -61,10 +43,6 @@ LEffectOutput::~LEffectOutput() {
     output_.Clear();
 }
 
-LSoundSinkBase* LEffectOutput::Sink() const {
-    return sink_.Get();
-}
-
 bool LEffectOutput::Close() {
     if (sink_) {
         writeFailed_ = sink_->IsError();
@@ -75,11 +53,11 @@ bool LEffectOutput::Close() {
 
 int LEffectOutput::Finish(int result, LCutListAudio& list, int32_t start, int32_t end) {
     const bool written = Close();
-    if (result == kEffectDone && !written) {
+    if (result == kJobDone && !written) {
         LTrace("LEffectOutput::Finish output could not be written");
-        result = kEffectFailed;
+        result = kJobFailed;
     }
-    if (result == kEffectDone) {
+    if (result == kJobDone) {
         // An empty range still pumps one frame; only the range's own length goes back.
         start = std::max(start, 0);
         output_.EfTrimTail(std::max(end - start, 0));

@@ -1,8 +1,8 @@
 #pragma once
 // The pieces every effect run is made of: the request record a processing function
-// receives, the job result codes, the job object that a progress display runs, the range
-// pump that moves a range of a source block by block, and the replacement of a range of a
-// document's list by an effect's output.
+// receives, the job object that a progress display runs, the range pump that moves a range
+// of a source block by block, and the replacement of a range of a document's list by an
+// effect's output. Jobs return the results of core/progress.h.
 //
 // Everything here runs synchronously on the calling thread (the thread that owns the
 // document). The progress is borrowed for the call; its cancel flag is polled once per
@@ -13,19 +13,13 @@
 #include <functional>
 #include <vector>
 
+#include "core/pr_source_to_sink.h"
 #include "core/progress.h"
 #include "core/sound_sink_base.h"
 #include "core/sound_source_base.h"
 #include "edit/cut_list_audio.h"
 
 namespace osmera {
-
-// Job results.
-enum : int {
-    kEffectDone = 0,
-    kEffectCancelled = 1,
-    kEffectFailed = 2,  // bad parameters, unlike formats, or output that could not be written
-};
 
 // What a processing function works on: the list, the range [rangeStart, rangeEnd) and the
 // effect's parameters as plain integers in table order. The list is borrowed.
@@ -36,8 +30,8 @@ struct LEffectRequest {
     std::vector<int32_t> params;
 };
 
-// A job the progress display runs; Run returns kEffectDone, kEffectCancelled or
-// kEffectFailed.
+// A job the progress display runs; Run returns kJobDone, kJobCancelled or
+// kJobFailed.
 class LEffectJob {
   public:
     virtual ~LEffectJob() = default;
@@ -48,18 +42,20 @@ class LEffectJob {
 class LFunctionJob : public LEffectJob {
   public:
     explicit LFunctionJob(std::function<int(LProgress&)> fn) : fn_(std::move(fn)) {}
-    int Run(LProgress& progress) override { return fn_ ? fn_(progress) : kEffectFailed; }
+    int Run(LProgress& progress) override { return fn_ ? fn_(progress) : kJobFailed; }
 
   private:
     std::function<int(LProgress&)> fn_;
 };
 
 // Moves [start, end) of `source` (start clamped at 0; seeked there when above 0) into
-// `sink` (may be null: the frames are read and dropped) in blocks of 8192 frames, setting
-// the fraction done after each block. An empty range still moves one frame. True when the
-// user cancelled, false when the range was finished.
-bool RangePump(LProgress& progress, LSoundSourceBase& source, LSoundSinkBase* sink, int32_t start,
-               int32_t end);
+// `sink` (may be null: the frames are read and dropped) through the pump's span run, in
+// blocks of 8192 frames, setting the fraction done after each block and showing each block
+// to `hook` (when given) before it is written. An empty range (or end before start) still
+// moves one frame. kJobDone when the range was finished, kJobCancelled when the user
+// cancelled, kJobFailed when source and sink differ in rate or channels.
+int RangePump(LProgress& progress, LSourceRef source, LSinkRef sink, int32_t start, int32_t end,
+              LPRSourceToSink::BlockHook hook = {});
 
 // Deletes [start, end) of `list` and inserts `output` at start.
 void ReplaceRange(LCutListAudio& list, int32_t start, int32_t end, const LCutListAudio& output);
@@ -82,7 +78,7 @@ class LEffectOutput {
     LEffectOutput(const LEffectOutput&) = delete;
     LEffectOutput& operator=(const LEffectOutput&) = delete;
 
-    LSoundSinkBase* Sink() const;
+    const LSinkRef& Sink() const { return sink_; }
     int Finish(int result, LCutListAudio& list, int32_t start, int32_t end);
     // Releases the sink; `List()` then holds what was written.
     bool Close();

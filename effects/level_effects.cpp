@@ -95,44 +95,37 @@ int32_t NormalizeGain(int32_t levelPercent, int64_t peak) {
 int Normalize(LProgress& progress, const LEffectRequest& request) {
     if (!request.list || request.params.empty()) {
         LTrace("Normalize request without list or level");
-        return kEffectFailed;
+        return kJobFailed;
     }
     if (request.rangeStart >= request.rangeEnd)
-        return kEffectDone;
+        return kJobDone;
     ShowEffectTitle(progress, GetEffectInfo(LEffectId::kNormalize).progressTitle);
-    auto source = request.list->MakeSource();
-    const int32_t start = std::max(request.rangeStart, 0);
-    if (start > 0)
-        source->Seek(start);
-    const int64_t total = std::max<int64_t>(int64_t{request.rangeEnd} - start, 1);
+    LSourceRef source = request.list->MakeSource();
     const size_t channels = source->GetChannels();
-    std::vector<int32_t> buffer(static_cast<size_t>(kBlock) * channels);
     int64_t peak = 0;
-    for (int64_t done = 0; done < total;) {
-        if (progress.IsCancelled())
-            return kEffectCancelled;
-        const auto n = static_cast<int32_t>(std::min<int64_t>(total - done, kBlock));
-        source->Read(buffer.data(), n);
-        const auto [lo, hi] = std::minmax_element(buffer.begin(), buffer.begin() + n * channels);
-        peak = std::max({peak, int64_t{*hi}, -int64_t{*lo}});
-        done += n;
-        progress.SetFraction(static_cast<double>(done) / static_cast<double>(total));
-    }
+    const int result = RangePump(progress, source, LSinkRef(), request.rangeStart, request.rangeEnd,
+                                 [&](int32_t* samples, int32_t n) {
+                                     const auto [lo, hi] =
+                                         std::minmax_element(samples, samples + n * channels);
+                                     peak = std::max({peak, int64_t{*hi}, -int64_t{*lo}});
+                                 });
+    if (result != kJobDone)
+        return result;
     if (peak > 0)
         Amplify(*request.list, request.rangeStart, request.rangeEnd,
                 NormalizeGain(request.params[0], peak));
-    return kEffectDone;
+    return kJobDone;
 }
 
 int Envelope(LProgress& progress, const LEffectRequest& request, const LPointList& points,
              const char* title) {
     if (!request.list)
-        return kEffectFailed;
+        return kJobFailed;
     if (request.rangeStart > request.rangeEnd)
-        return kEffectDone;
+        return kJobDone;
     if (points.size() < 2) {
         LTrace("Envelope fewer than two points");
-        return kEffectFailed;
+        return kJobFailed;
     }
     ShowEffectTitle(progress, title);
     LCutListAudio& list = *request.list;
@@ -155,7 +148,7 @@ int Envelope(LProgress& progress, const LEffectRequest& request, const LPointLis
     int64_t pos = 0;
     for (;;) {
         if (progress.IsCancelled())
-            return output.Finish(kEffectCancelled, list, start, 0);
+            return output.Finish(kJobCancelled, list, start, 0);
         while (segEnd - pos < 1 && !lastSegment) {
             if (nextPoint >= points.size()) {
                 // The last segment runs to the end with the last target.
@@ -168,7 +161,7 @@ int Envelope(LProgress& progress, const LEffectRequest& request, const LPointLis
             }
         }
         if (segEnd - pos < 1)
-            return output.Finish(kEffectDone, list, start, request.rangeEnd);
+            return output.Finish(kJobDone, list, start, request.rangeEnd);
         const auto frames = static_cast<int32_t>(std::min<int64_t>(segEnd - pos, kBlock));
         source->Read(buffer.data(), frames);
         // One step per block, applied after every sample (not every frame).
@@ -184,72 +177,58 @@ int Envelope(LProgress& progress, const LEffectRequest& request, const LPointLis
     }
 }
 
-int DcOffsetCorrect(LProgress& progress, LSoundSourceBase& source, LSoundSinkBase* sink) {
+int DcOffsetCorrect(LProgress& progress, LSourceRef source, LSinkRef sink) {
     const int32_t sinkRate = sink ? sink->GetSampleRate() : 44100;
     const uint8_t sinkChannels = sink ? sink->GetChannels() : 1;
-    if (source.GetChannels() != sinkChannels || source.GetSampleRate() != sinkRate) {
+    if (!source || source->GetChannels() != sinkChannels || source->GetSampleRate() != sinkRate) {
         LTrace("DcOffsetCorrect source and sink formats differ");
-        return kEffectFailed;
+        return kJobFailed;
     }
-    if (!source.IsOk()) {
+    if (!source->IsOk()) {
         LTrace("DcOffsetCorrect source not ready");
-        return kEffectFailed;
+        return kJobFailed;
     }
-    const size_t channels = source.GetChannels();
-    const int32_t length = source.GetLengthSample();
-    const double progressLength = length > 0 ? length : 1;
-    std::vector<int32_t> buffer(static_cast<size_t>(kBlock) * channels);
+    const size_t channels = source->GetChannels();
+    const int32_t length = source->GetLengthSample();
+    // An empty source has nothing to correct; the span run would still move one frame.
+    if (length <= 0)
+        return kJobDone;
     std::vector<double> sums(channels, 0.0);
-
-    for (int32_t done = 0; done < length;) {
-        if (progress.IsCancelled())
-            return kEffectCancelled;
-        const int32_t n = std::min(length - done, kBlock);
-        source.Read(buffer.data(), n);
-        // Channel by channel with a stride, so the loop has no division per sample.
-        for (size_t c = 0; c < channels; ++c) {
-            double sum = 0.0;
-            for (size_t i = c; i < static_cast<size_t>(n) * channels; i += channels)
-                sum += buffer[i];
-            sums[c] += sum;
-        }
-        done += n;
-        progress.SetFraction(source.GetPositionSample() / progressLength);
-    }
-    source.Seek(0);
+    int result =
+        RangePump(progress, source, LSinkRef(), 0, length, [&](int32_t* samples, int32_t n) {
+            // Channel by channel with a stride, so the loop has no division per sample.
+            for (size_t c = 0; c < channels; ++c) {
+                double sum = 0.0;
+                for (size_t i = c; i < static_cast<size_t>(n) * channels; i += channels)
+                    sum += samples[i];
+                sums[c] += sum;
+            }
+        });
+    if (result != kJobDone)
+        return result;
+    source->Seek(0);
     std::vector<int32_t> offsets(channels, 0);
-    if (length > 0) {
-        for (size_t c = 0; c < channels; ++c)
-            offsets[c] = static_cast<int32_t>(std::trunc(sums[c] / length));
-    }
-    for (int32_t done = 0; done < length;) {
-        if (progress.IsCancelled())
-            return kEffectCancelled;
-        const int32_t n = std::min(length - done, kBlock);
-        source.Read(buffer.data(), n);
+    for (size_t c = 0; c < channels; ++c)
+        offsets[c] = static_cast<int32_t>(std::trunc(sums[c] / length));
+    return RangePump(progress, source, sink, 0, length, [&](int32_t* samples, int32_t n) {
         for (size_t c = 0; c < channels; ++c) {
             for (size_t i = c; i < static_cast<size_t>(n) * channels; i += channels)
-                buffer[i] = Wrap32(int64_t{buffer[i]} - offsets[c]);
+                samples[i] = Wrap32(int64_t{samples[i]} - offsets[c]);
         }
-        if (sink)
-            sink->Write(buffer.data(), n);
-        done += n;
-        progress.SetFraction(source.GetPositionSample() / progressLength);
-    }
-    return kEffectDone;
+    });
 }
 
 int DcOffset(LProgress& progress, const LEffectRequest& request) {
     if (!request.list)
-        return kEffectFailed;
+        return kJobFailed;
     if (request.rangeStart > request.rangeEnd)
-        return kEffectDone;
+        return kJobDone;
     ShowEffectTitle(progress, GetEffectInfo(LEffectId::kDcOffset).progressTitle);
     LCutListAudio& list = *request.list;
     const LCutListAudio range = CopyRange(list, request.rangeStart, request.rangeEnd);
     auto source = range.MakeSource();
     LEffectOutput output(list.GetSampleRate(), list.GetChannels());
-    const int result = DcOffsetCorrect(progress, *source, output.Sink());
+    const int result = DcOffsetCorrect(progress, source, output.Sink());
     return output.Finish(result, list, request.rangeStart, request.rangeEnd);
 }
 

@@ -4,7 +4,7 @@
 // and fade out, and DC offset correction (both pumped into new cuts).
 //
 // Each processing function takes the progress and the request (effect_job.h) and returns a
-// job result; the request's list is changed only when the result is kEffectDone. They run
+// job result; the request's list is changed only when the result is kJobDone. They run
 // on the thread that owns the list.
 
 #include <cstdint>
@@ -47,15 +47,15 @@ int32_t NormalizeGain(int32_t levelPercent, int64_t peak);
 int Normalize(LProgress& progress, const LEffectRequest& request);
 
 // Pumps the range through the envelope `points` into new cuts that replace it. `title` is
-// line 0 of the progress. kEffectFailed for fewer than 2 points; kEffectDone without change
+// line 0 of the progress. kJobFailed for fewer than 2 points; kJobDone without change
 // when rangeStart > rangeEnd.
 int Envelope(LProgress& progress, const LEffectRequest& request, const LPointList& points,
              const char* title);
 
 // The two-pass correction of `source` from its start to its length into `sink` (may be
-// null: one channel at 44100 Hz is then assumed). kEffectFailed when the formats differ or
+// null: one channel at 44100 Hz is then assumed). kJobFailed when the formats differ or
 // the source is not usable.
-int DcOffsetCorrect(LProgress& progress, LSoundSourceBase& source, LSoundSinkBase* sink);
+int DcOffsetCorrect(LProgress& progress, LSourceRef source, LSinkRef sink);
 
 // DC offset correction of the request's range, replacing it.
 int DcOffset(LProgress& progress, const LEffectRequest& request);

@@ -39,19 +39,18 @@ void LSRCReverse::Read(int32_t* buffer, int32_t frames) {
 
 int Reverse(LProgress& progress, const LEffectRequest& request) {
     if (!request.list)
-        return kEffectFailed;
+        return kJobFailed;
     if (request.rangeStart > request.rangeEnd)
-        return kEffectDone;
+        return kJobDone;
     ShowEffectTitle(progress, GetEffectInfo(LEffectId::kReverse).progressTitle);
     LCutListAudio& list = *request.list;
     const LCutListAudio range = CopyRange(list, request.rangeStart, request.rangeEnd);
     LSourceRef inner = range.MakeSource();
-    LSRCReverse reverse(inner);
+    LSourceRef reverse(new LSRCReverse(inner));
     LEffectOutput output(list.GetSampleRate(), list.GetChannels());
     const int32_t length = range.GetLength();
-    const bool cancelled = RangePump(progress, reverse, output.Sink(), 0, length);
-    return output.Finish(cancelled ? kEffectCancelled : kEffectDone, list, request.rangeStart,
-                         request.rangeEnd);
+    const int result = RangePump(progress, reverse, output.Sink(), 0, length);
+    return output.Finish(result, list, request.rangeStart, request.rangeEnd);
 }
 
 int32_t InsertSilence(LCutListAudio& list, LSilenceAt at, int32_t cursor, int32_t frames) {
@@ -81,7 +80,7 @@ void RepeatLoop(LCutListAudio& list, int32_t start, int32_t end, int32_t times) 
 int FadeOutAndTrim(LProgress& progress, const LEffectRequest& request) {
     const int result = Envelope(progress, request, FadeOutPoints(),
                                 GetEffectInfo(LEffectId::kFadeOutAndTrim).progressTitle);
-    if (result == kEffectDone && request.rangeStart <= request.rangeEnd)
+    if (result == kJobDone && request.rangeStart <= request.rangeEnd)
         request.list->EfTrimTail(request.rangeEnd);
     return result;
 }

@@ -3,7 +3,7 @@
 // that only edit the cut list: silence insertion, repeat loop, fade out and trim.
 //
 // Processing functions run on the thread that owns the list; the list changes only when
-// they return kEffectDone.
+// they return kJobDone.
 
 #include <cstdint>
 #include <vector>

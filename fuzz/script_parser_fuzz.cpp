@@ -10,13 +10,13 @@
 #include <string>
 #include <vector>
 
-#include "cli/script_commands.h"
-#include "cli/script_words.h"
 #include "core/sound_time.h"
+#include "effects/script_commands.h"
+#include "effects/script_words.h"
 
 namespace {
 
-using namespace osmera::cli;
+using namespace osmera;
 
 void CheckTime(const std::string& word) {
     for (int32_t rate : {1, 8000, 44100, 192000, 1000000}) {

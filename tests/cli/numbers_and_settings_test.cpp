@@ -7,9 +7,9 @@
 #include <fstream>
 
 #include "cli/ini_settings_store.h"
-#include "cli/script_words.h"
 #include "core/generator_sources.h"
 #include "core/pr_source_to_sink.h"
+#include "effects/script_words.h"
 #include "formats/wave_file.h"
 #include "tests/cli/cli_runner.h"
 #include "tests/support/test_support.h"
@@ -26,8 +26,6 @@ testing::CliResult CliAll(const std::string& args) {
 }
 
 TEST(ScriptNumbers, TimesAreExactUpTo32BitFramesAndRefusedBeyond) {
-    using cli::TimeWordRangeError;
-    using cli::TimeWordToFrames;
     // 2147483647 frames at 44100 Hz are 13:31:35.774.
     EXPECT_EQ(TimeWordToFrames("48695", 44100), 48695 * 44100);
     EXPECT_EQ(TimeWordToFrames("13:31:35.774", 44100), 2147483633);

@@ -119,7 +119,7 @@ TEST(MatchFormat, PumpConvertsBetweenUnlikeFormats) {
     // One second of mono 44100 Hz into a stereo 48000 Hz sink.
     auto tone = MakeRef<LSRCTone>(44100, 1, 44100, 1000.0, 200000);
     auto sink = MakeRef<CollectSink>(48000, 2);
-    ASSERT_EQ(LPRSourceToSink(tone, sink).Process(), kPumpDone);
+    ASSERT_EQ(LPRSourceToSink(tone, sink).Process(), kJobDone);
     // 44100 * 37 / 34 frames, and the one or two the converter's position trails by.
     const auto frames = static_cast<int32_t>(sink->samples.size() / 2);
     EXPECT_GE(frames, 47991);
@@ -134,7 +134,7 @@ TEST(MatchFormat, PumpConvertsBetweenUnlikeFormats) {
     // Stereo 48000 Hz into a mono 22050 Hz sink: 48000 * 17 / 37 frames (17 / 37 is
     // within 0.001 of 22050 / 48000), and the trailing one or two.
     auto sink2 = MakeRef<CollectSink>(22050, 1);
-    EXPECT_EQ(LPRSourceToSink(Frames(48000, 2, 48000), sink2).Process(), kPumpDone);
+    EXPECT_EQ(LPRSourceToSink(Frames(48000, 2, 48000), sink2).Process(), kJobDone);
     EXPECT_GE(sink2->samples.size(), 22054u);
     EXPECT_LE(sink2->samples.size(), 22056u);
 }

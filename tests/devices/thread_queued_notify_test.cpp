@@ -4,9 +4,11 @@
 
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "core/trace.h"
+#include "devices/listener_link.h"
 #include "devices/thread.h"
 
 namespace osmera {
@@ -144,6 +146,42 @@ TEST(ThreadQueuedNotify, WorkerReportsReachTheGuiThread) {
     EXPECT_DOUBLE_EQ(seen.back(), 10.0);
     for (size_t i = 1; i < seen.size(); ++i)
         EXPECT_GT(seen[i], seen[i - 1]);
+}
+
+// Levels a worker stores reach the listener through the handler on the dispatcher's
+// thread, with the cookie; without a listener the same calls do nothing.
+TEST(ListenerLink, WorkerLevelsReachTheListenerOnTheDispatcher) {
+    struct Listener {
+        void OnLevels(void* cookie, const LChannelLevels& levels) {
+            cookies.push_back(cookie);
+            seen.push_back(levels.level[1]);
+        }
+        std::vector<void*> cookies;
+        std::vector<int> seen;
+    } listener;
+    LQueueDispatcher gui;
+    LListenerLink<Listener>* self = nullptr;
+    LListenerLink<Listener> link([&] { self->Call(&Listener::OnLevels, self->Levels()); }, &gui);
+    self = &link;
+    int cookie = 0;
+
+    gui.Pump();
+    link.Notify();
+    gui.Pump();  // no listener yet: nothing is called
+    link.Set(&listener, &cookie);
+    std::thread worker([&] {
+        for (int i = 1; i <= 100; ++i) {
+            link.EditLevels([&](LChannelLevels& l) {
+                l.channels = 2;
+                l.level[1] = static_cast<int8_t>(i);
+            });
+            link.Notify();
+        }
+    });
+    worker.join();
+    gui.Pump();
+    ASSERT_EQ(listener.seen, (std::vector<int>{100}));  // coalesced, newest levels
+    EXPECT_EQ(listener.cookies, (std::vector<void*>{&cookie}));
 }
 
 }  // namespace

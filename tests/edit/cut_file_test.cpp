@@ -149,7 +149,7 @@ TEST_F(CutFileTest, FailedWritesAreReported) {
         EXPECT_TRUE(sink->IsError());
         EXPECT_TRUE(trace.Contains("LSNKCutListAudio::LSNKCutListAudio cannot create cut files"));
         auto tone = MakeRef<LSRCSampleVector>(44100, 1, Ramp(100, 1), kPeak16Bit);
-        EXPECT_EQ(LPRSourceToSink(tone, sink).Process(), kPumpFailed);
+        EXPECT_EQ(LPRSourceToSink(tone, sink).Process(), kJobFailed);
     }
     Tank().SetFolder(dir_.Path().string());
 
@@ -162,7 +162,7 @@ TEST_F(CutFileTest, FailedWritesAreReported) {
         ASSERT_EQ(sink->GetCutNumber(), 0);
         EXPECT_FALSE(sink->IsError());
         auto tone = MakeRef<LSRCSampleVector>(44100, 1, Ramp(100, 1), kPeak16Bit);
-        EXPECT_EQ(LPRSourceToSink(tone, sink).Process(), kPumpDone);
+        EXPECT_EQ(LPRSourceToSink(tone, sink).Process(), kJobDone);
         EXPECT_TRUE(sink->IsError());
         EXPECT_TRUE(sink->HasWriteFailed());
         EXPECT_TRUE(trace.Contains("LSNKCutListAudio::Write write failed"));

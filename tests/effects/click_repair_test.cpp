@@ -128,14 +128,14 @@ TEST_F(ClickTest, AutomaticRepairBridgesWholeClicksOnTheirChannelOnly) {
             LCutListAudio untouched = Written(tone.clean, channels, rate);
             const auto entries = untouched.GetEntries();
             LEffectRequest all{&untouched, kFrames, 0, {}};
-            ASSERT_EQ(AutoClickRepair(progress, all, {50, 450}, &repairs), kEffectDone);
+            ASSERT_EQ(AutoClickRepair(progress, all, {50, 450}, &repairs), kJobDone);
             EXPECT_EQ(repairs, 0);
             EXPECT_EQ(untouched.GetEntries(), entries);
             EXPECT_EQ(progress.lines[0], "Click Detecting");
 
             LCutListAudio list = Written(tone.damaged, channels, rate);
             LEffectRequest request{&list, kFrames, 0, {}};
-            ASSERT_EQ(AutoClickRepair(progress, request, {50, 450}, &repairs), kEffectDone);
+            ASSERT_EQ(AutoClickRepair(progress, request, {50, 450}, &repairs), kJobDone);
             EXPECT_GE(repairs, 3);
             ASSERT_EQ(list.GetLength(), kFrames);
             const auto out = ReadAll(list);
@@ -201,7 +201,7 @@ TEST_F(ClickTest, AutomaticRepairWritesOneCutThatSoundsLikeRepairingClickByClick
     RecordingProgress progress;
     int32_t repairs = 0;
     LEffectRequest request{&list, kFrames - 100, 100, {}};
-    ASSERT_EQ(AutoClickRepair(progress, request, {50, 450}, &repairs), kEffectDone);
+    ASSERT_EQ(AutoClickRepair(progress, request, {50, 450}, &repairs), kJobDone);
     EXPECT_EQ(Tank().GetCutsInUse(), cutsBefore + 1);
     EXPECT_LT(list.GetEntries().size(), reference.GetEntries().size() + 3 * size_t(repairs));
 
@@ -230,10 +230,10 @@ TEST_F(ClickTest, AutomaticRepairRefusesAnEmptyRangeAndKeepsRepairsOnCancel) {
     LCutListAudio list = Written(Tone(1000, 1, 44100), 1);
     RecordingProgress progress;
     LEffectRequest empty{&list, 10, 10, {}};
-    EXPECT_EQ(AutoClickRepair(progress, empty, {50, 150}), kEffectFailed);
+    EXPECT_EQ(AutoClickRepair(progress, empty, {50, 150}), kJobFailed);
     RecordingProgress cancelling(1);
     LEffectRequest request{&list, 1000, 0, {}};
-    EXPECT_EQ(AutoClickRepair(cancelling, request, {50, 150}), kEffectDone);
+    EXPECT_EQ(AutoClickRepair(cancelling, request, {50, 150}), kJobDone);
 }
 
 TEST_F(ClickTest, ManualRepairIsLimitedToOneMillisecond) {

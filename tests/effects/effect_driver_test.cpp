@@ -152,6 +152,25 @@ TEST_F(DriverTest, RefusalsChangeNothing) {
     EXPECT_EQ(Run(LEffectId::kManualClickPop).status, LEffectStatus::kApplied);
 }
 
+TEST_F(DriverTest, AFullTankIsRefusedBeforeTheUndoStep) {
+    LOMFile& doc = Open(std::vector<int32_t>(1000, 100), 1);
+    const std::vector<int32_t> before = ReadAll(doc.audio);
+    auto& tank = LAudioCutTank::Instance();
+    std::vector<int32_t> held;
+    while (tank.HasFreeCuts())
+        held.push_back(tank.GetNewRefAndIncRef());
+    for (const LEffectId id : {LEffectId::kReverse, LEffectId::kAmplify}) {
+        const LEffectResult r = Run(id, {200});
+        EXPECT_EQ(r.status, LEffectStatus::kRefused);
+        EXPECT_EQ(r.message, kCutTankFullMessage);
+    }
+    EXPECT_FALSE(controller_->GetUndoMenuItem().enabled);
+    EXPECT_EQ(ReadAll(doc.audio), before);
+    for (const int32_t ref : held)
+        tank.DecRef(ref);
+    EXPECT_EQ(Run(LEffectId::kReverse).status, LEffectStatus::kApplied);
+}
+
 TEST_F(DriverTest, EnvelopeReadsItsPointFile) {
     settings_.SetText("Folders", "Current", dir_.Path().string());
     LOMFile& doc = Open(std::vector<int32_t>(1000, 4096), 1);

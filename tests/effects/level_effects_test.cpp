@@ -48,14 +48,14 @@ TEST_F(LevelTest, NormalizeGainIsCappedAndFullScaleIsANoOp) {
     LCutListAudio quiet = Written(Constant(20000, 2, -1000), 2);
     RecordingProgress progress;
     LEffectRequest request{&quiet, 20000, 0, {100}};
-    EXPECT_EQ(Normalize(progress, request), kEffectDone);
+    EXPECT_EQ(Normalize(progress, request), kJobDone);
     EXPECT_EQ(quiet.GetEntries()[0].gain, 67108800);  // raised by at most 400 %
     EXPECT_EQ(progress.lines[0], "Normalizing");
     EXPECT_DOUBLE_EQ(progress.fractions.back(), 1.0);
 
     LCutListAudio full = Written(Constant(100, 1, 524272), 1);
     LEffectRequest fullRequest{&full, 100, 0, {100}};
-    EXPECT_EQ(Normalize(progress, fullRequest), kEffectDone);
+    EXPECT_EQ(Normalize(progress, fullRequest), kJobDone);
     EXPECT_EQ(full.GetEntries().size(), 1u);
     EXPECT_EQ(full.GetEntries()[0].gain, kUnityGain);
 }
@@ -66,7 +66,7 @@ TEST_F(LevelTest, FadeInReachesUnityAtTheRangeEndOnMono) {
     LCutListAudio list = Written(Constant(frames + 100, 1, value), 1);
     RecordingProgress progress;
     LEffectRequest request{&list, frames, 0, {}};
-    ASSERT_EQ(Envelope(progress, request, FadeInPoints(), "Fade In"), kEffectDone);
+    ASSERT_EQ(Envelope(progress, request, FadeInPoints(), "Fade In"), kJobDone);
     ASSERT_EQ(list.GetLength(), frames + 100);
     const auto out = ReadAll(list);
     EXPECT_EQ(out[0], 0);
@@ -79,7 +79,7 @@ TEST_F(LevelTest, FadeInReachesUnityAtTheRangeEndOnMono) {
     // it reaches unity exactly at the range end.
     LCutListAudio block = Written(Constant(8192, 1, value), 1);
     LEffectRequest one{&block, 8192, 0, {}};
-    ASSERT_EQ(Envelope(progress, one, FadeInPoints(), "Fade In"), kEffectDone);
+    ASSERT_EQ(Envelope(progress, one, FadeInPoints(), "Fade In"), kJobDone);
     const auto ramp = ReadAll(block);
     for (int32_t i = 0; i < 8192; ++i)
         ASSERT_EQ(ramp[i], MultiplyByGain(value, i * 2048)) << i;
@@ -92,7 +92,7 @@ TEST_F(LevelTest, FadeInOnStereoStepsPerSample) {
     LCutListAudio list = Written(Constant(4, 2, value), 2);
     RecordingProgress progress;
     LEffectRequest request{&list, 4, 0, {}};
-    ASSERT_EQ(Envelope(progress, request, FadeInPoints(), "Fade In"), kEffectDone);
+    ASSERT_EQ(Envelope(progress, request, FadeInPoints(), "Fade In"), kJobDone);
     const auto out = ReadAll(list);
     // One block of four frames: step = (128 << 17) / 4, added after each of the eight
     // samples, so sample i is scaled by i steps (the ramp overshoots unity on stereo).
@@ -108,14 +108,14 @@ TEST_F(LevelTest, EnvelopeHoldsItsLastTargetToTheRangeEnd) {
     LEffectRequest request{&list, frames, 0, {}};
     // From unity down to half at x = 127, then nothing more until the end.
     const LPointList points = {{0, 128}, {127, 64}};
-    ASSERT_EQ(Envelope(progress, request, points, "Envelope"), kEffectDone);
+    ASSERT_EQ(Envelope(progress, request, points, "Envelope"), kJobDone);
     const auto out = ReadAll(list);
     EXPECT_EQ(out[0], 8192);
     for (int32_t i = 1280; i < frames; ++i)
         ASSERT_EQ(out[i], 4096) << i;
 
     LEffectRequest bad{&list, frames, 0, {}};
-    EXPECT_EQ(Envelope(progress, bad, {{0, 128}}, "Envelope"), kEffectFailed);
+    EXPECT_EQ(Envelope(progress, bad, {{0, 128}}, "Envelope"), kJobFailed);
 }
 
 TEST_F(LevelTest, DcOffsetOnOneChannelLeavesTheOtherAlone) {
@@ -128,7 +128,7 @@ TEST_F(LevelTest, DcOffsetOnOneChannelLeavesTheOtherAlone) {
     LCutListAudio list = Written(samples, 2);
     RecordingProgress progress;
     LEffectRequest request{&list, 10000, 0, {}};
-    ASSERT_EQ(DcOffset(progress, request), kEffectDone);
+    ASSERT_EQ(DcOffset(progress, request), kJobDone);
     const auto out = ReadAll(list);
     for (size_t i = 0; i < out.size(); i += 2) {
         ASSERT_EQ(out[i], samples[i] - 100) << i;
@@ -139,10 +139,10 @@ TEST_F(LevelTest, DcOffsetOnOneChannelLeavesTheOtherAlone) {
 TEST_F(LevelTest, DcOffsetRefusesUnlikeFormats) {
     LCutListAudio list = Written(Constant(100, 2, 5), 2);
     auto source = list.MakeSource();
-    testing::CollectSink mono(44100, 1);
+    LRef<testing::CollectSink> mono(new testing::CollectSink(44100, 1));
     RecordingProgress progress;
-    EXPECT_EQ(DcOffsetCorrect(progress, *source, &mono), kEffectFailed);
-    EXPECT_TRUE(mono.samples.empty());
+    EXPECT_EQ(DcOffsetCorrect(progress, source, mono), kJobFailed);
+    EXPECT_TRUE(mono->samples.empty());
 }
 
 TEST_F(LevelTest, CancelledRunsLeaveTheListBitForBit) {
@@ -162,7 +162,7 @@ TEST_F(LevelTest, CancelledRunsLeaveTheListBitForBit) {
     for (Run run : runs) {
         RecordingProgress progress(3);  // cancels in the middle
         LEffectRequest request{&list, 40000, 0, {100}};
-        EXPECT_EQ(run(progress, request), kEffectCancelled);
+        EXPECT_EQ(run(progress, request), kJobCancelled);
         EXPECT_EQ(list.GetEntries(), entries);
         EXPECT_EQ(ReadAll(list), samples);
     }

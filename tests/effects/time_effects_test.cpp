@@ -22,7 +22,7 @@ TEST_F(TimeTest, ReverseIsExactOverSeveralBlocksAndEntries) {
         const int32_t start = 1000, end = 20500;
         RecordingProgress progress;
         LEffectRequest request{&list, end, start, {}};
-        ASSERT_EQ(Reverse(progress, request), kEffectDone);
+        ASSERT_EQ(Reverse(progress, request), kJobDone);
         EXPECT_EQ(progress.lines[0], "Reversing Sound");
         ASSERT_EQ(list.GetLength(), 21000);
         const auto after = ReadAll(list);
@@ -69,7 +69,7 @@ TEST_F(TimeTest, FadeOutAndTrimDropsWhatFollows) {
     LCutListAudio list = Written(std::vector<int32_t>(3000, 4096), 1);
     RecordingProgress progress;
     LEffectRequest request{&list, 2000, 1000, {}};
-    ASSERT_EQ(FadeOutAndTrim(progress, request), kEffectDone);
+    ASSERT_EQ(FadeOutAndTrim(progress, request), kJobDone);
     ASSERT_EQ(list.GetLength(), 2000);
     const auto out = ReadAll(list);
     EXPECT_EQ(out[999], 4096);
@@ -100,7 +100,7 @@ TEST_F(TimeTest, AutoTrimCutsQuietEndsFromTheGraphs) {
     EXPECT_EQ(map[2 * 2], 3000 >> 11);
 
     RecordingProgress progress;
-    ASSERT_EQ(AutoTrim(progress, list, -20), kEffectDone);
+    ASSERT_EQ(AutoTrim(progress, list, -20), kJobDone);
     EXPECT_EQ(progress.lines[0], "AutoTrim");
     // Loud from block 10 to 29: one block of margin kept on each side.
     EXPECT_EQ(list.GetLength(), (31 - 9) * 256);
@@ -109,7 +109,7 @@ TEST_F(TimeTest, AutoTrimCutsQuietEndsFromTheGraphs) {
 
     // Silence everywhere: nothing is louder than the level, nothing is trimmed.
     LCutListAudio flat = Written(std::vector<int32_t>(10 * 256, 0), 1);
-    ASSERT_EQ(AutoTrim(progress, flat, -20), kEffectDone);
+    ASSERT_EQ(AutoTrim(progress, flat, -20), kJobDone);
     EXPECT_EQ(flat.GetLength(), 10 * 256);
 }
 

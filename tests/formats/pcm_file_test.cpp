@@ -223,7 +223,7 @@ TEST(PcmFile, PumpedSaveReadsBackIdentically) {
     const std::string path = dir.File("tone.wav");
     auto tone = MakeRef<LSRCTone>(44100, 2, 20000, 441.0, 300000);
     auto sink = LWaveFile::CreateSink(path, 44100, 0, 3, 2);
-    ASSERT_EQ(LPRSourceToSink(tone, sink).Process(), kPumpDone);
+    ASSERT_EQ(LPRSourceToSink(tone, sink).Process(), kJobDone);
     sink.Reset();
     auto source = LWaveFile::OpenSource(path);
     ASSERT_EQ(source->GetLengthSample(), 20000);

@@ -1,4 +1,4 @@
-#include "cli/script_words.h"
+#include "effects/script_words.h"
 
 #include <cctype>
 #include <cstdint>
@@ -6,7 +6,7 @@
 
 #include "core/sound_time.h"
 
-namespace osmera::cli {
+namespace osmera {
 
 bool SplitScriptLine(const std::string& line, std::vector<std::string>& words, std::string& error) {
     words.clear();
@@ -136,4 +136,4 @@ std::optional<int64_t> ParseWholeNumber(const std::string& word, int64_t lo, int
     return v;
 }
 
-}  // namespace osmera::cli
+}  // namespace osmera

@@ -1,12 +1,12 @@
-#include "cli/script_effect_commands.h"
+#include "effects/script_effect_commands.h"
 
 #include <string>
 #include <vector>
 
-#include "cli/script_words.h"
 #include "effects/effect_driver.h"
+#include "effects/script_words.h"
 
-namespace osmera::cli {
+namespace osmera {
 
 namespace {
 
@@ -105,7 +105,7 @@ std::string RunDriver(LScriptContext& ctx, LEffectId id, std::vector<int32_t> va
     const LEffectInfo& info = GetEffectInfo(id);
     const LEffectResult r = driver.Run(id, &dialog);
     if (id == LEffectId::kAutoClickPop && r.status == LEffectStatus::kApplied)
-        std::fprintf(ctx.out, "%d clicks repaired\n", r.repairs);
+        ctx.Print(std::to_string(r.repairs) + " clicks repaired");
     return Outcome(info, r);
 }
 
@@ -213,8 +213,7 @@ std::string Get(LScriptContext& ctx, Args args) {
                 def = std::to_string(p.def);
         }
     }
-    std::fprintf(ctx.out, "%s\n",
-                 ScriptSettings().GetText(args.Word(0), args.Word(1), def).c_str());
+    ctx.Print(ScriptSettings().GetText(args.Word(0), args.Word(1), def));
     return {};
 }
 
@@ -310,4 +309,4 @@ void RegisterEffectScriptCommands(LScriptCommandTable& table) {
     table.Add({"get", "get SECTION KEY", {A::kWord, A::kWord}, 2, {}, Get});
 }
 
-}  // namespace osmera::cli
+}  // namespace osmera

@@ -23,8 +23,8 @@
 // stops it; the runner notices the cancel itself.
 
 #include <cstdint>
-#include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
@@ -33,7 +33,7 @@
 #include "core/progress.h"
 #include "edit/document_controller.h"
 
-namespace osmera::cli {
+namespace osmera {
 
 extern const char* const kNoDocumentMessage;
 
@@ -72,13 +72,34 @@ class LScriptArgs {
     std::filesystem::path baseFolder_;
 };
 
-// Everything a handler works on. Owned by the runner for the whole script.
+// Where the text of a script run goes, one line per call without its newline. An empty
+// function drops its lines. Called on the thread that runs the script.
+struct LScriptOutput {
+    // What commands print for the user (`info`, `get`, "N clicks repaired").
+    std::function<void(const std::string& line)> print;
+    // A failing line, as "SCRIPT:LINE: message".
+    std::function<void(const std::string& line)> report;
+    // A message about the run itself ("cannot read the script ...") or a warning
+    // ("warning: ..."); the command-line program puts its own name before it.
+    std::function<void(const std::string& line)> note;
+};
+
+// Everything a handler works on. Owned by the runner for the whole script; the controller,
+// the progress and the output are the caller's.
 struct LScriptContext {
     LDocumentController& controller;
     LProgress& progress;
-    FILE* out;  // where `info` and similar commands print
+    const LScriptOutput& output;
 
     LOMFile* Document() const { return controller.GetCurrent(); }
+    void Print(const std::string& line) const {
+        if (output.print)
+            output.print(line);
+    }
+    void Note(const std::string& line) const {
+        if (output.note)
+            output.note(line);
+    }
 };
 
 using LScriptHandler = std::string (*)(LScriptContext& ctx, const LScriptArgs& args);
@@ -126,4 +147,4 @@ bool ParseScriptArgs(const LScriptCommand& command, const std::vector<std::strin
                      const std::filesystem::path& baseFolder, LScriptArgs& args,
                      std::string& error);
 
-}  // namespace osmera::cli
+}  // namespace osmera

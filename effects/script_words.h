@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace osmera::cli {
+namespace osmera {
 
 // The words of `line`. False (and `error` set) for an unterminated quote.
 bool SplitScriptLine(const std::string& line, std::vector<std::string>& words, std::string& error);
@@ -35,4 +35,4 @@ bool IsWholeNumberText(const std::string& word);
 // A whole number in [lo, hi], or nothing.
 std::optional<int64_t> ParseWholeNumber(const std::string& word, int64_t lo, int64_t hi);
 
-}  // namespace osmera::cli
+}  // namespace osmera

@@ -1,14 +1,14 @@
-#include "cli/script_runner.h"
+#include "effects/script_runner.h"
 
 #include <filesystem>
 #include <fstream>
 #include <set>
+#include <utility>
 
-#include "cli/args.h"
-#include "cli/script_words.h"
 #include "edit/audio_cut_tank.h"
+#include "effects/script_words.h"
 
-namespace osmera::cli {
+namespace osmera {
 namespace {
 
 struct ParsedLine {
@@ -32,18 +32,19 @@ bool MakesNoNewCut(const std::string& name) {
 }  // namespace
 
 LScriptRunner::LScriptRunner(const LScriptCommandTable& table, LDocumentController& controller,
-                             LProgress& progress, FILE* out, FILE* err)
-    : table_(table), context_{controller, progress, out}, err_(err) {}
+                             LProgress& progress, LScriptOutput output)
+    : table_(table), output_(std::move(output)), context_{controller, progress, output_} {}
 
 void LScriptRunner::Report(const std::string& script, int line, const std::string& message) {
-    std::fprintf(err_, "%s:%d: %s\n", script.c_str(), line, message.c_str());
+    if (output_.report)
+        output_.report(script + ":" + std::to_string(line) + ": " + message);
 }
 
 int LScriptRunner::Run(const std::string& scriptPath) {
     std::ifstream in(scriptPath);
     if (!in) {
-        PrintError("cannot read the script " + scriptPath);
-        return kExitFailed;
+        context_.Note("cannot read the script " + scriptPath);
+        return kScriptFailed;
     }
     const std::filesystem::path base =
         std::filesystem::absolute(std::filesystem::path(scriptPath)).parent_path();
@@ -57,19 +58,19 @@ int LScriptRunner::Run(const std::string& scriptPath) {
             text.pop_back();
         if (!SplitScriptLine(text, words, error)) {
             Report(scriptPath, number, error);
-            return kExitUsage;
+            return kScriptBadLine;
         }
         if (words.empty())
             continue;
         const LScriptCommand* command = table_.Find(words[0]);
         if (!command) {
             Report(scriptPath, number, "unknown command '" + words[0] + "'");
-            return kExitUsage;
+            return kScriptBadLine;
         }
         LScriptArgs args({}, {}, base);
         if (!ParseScriptArgs(*command, words, base, args, error)) {
             Report(scriptPath, number, error);
-            return kExitUsage;
+            return kScriptBadLine;
         }
         lines.push_back({number, command, std::move(args)});
     }
@@ -79,21 +80,21 @@ int LScriptRunner::Run(const std::string& scriptPath) {
             break;
         if (!MakesNoNewCut(line.command->name) && !LAudioCutTank::Instance().HasFreeCuts()) {
             Report(scriptPath, line.number, kCutTankFullMessage);
-            return kExitFailed;
+            return kScriptFailed;
         }
         const std::string message = RunScriptCommand(*line.command, context_, line.args);
         if (context_.progress.IsCancelled())
             break;
         if (!message.empty()) {
             Report(scriptPath, line.number, message);
-            return kExitFailed;
+            return kScriptFailed;
         }
     }
     if (context_.progress.IsCancelled()) {
-        PrintError("interrupted; files not yet saved were left as they were");
-        return kExitCancelled;
+        context_.Note("interrupted; files not yet saved were left as they were");
+        return kScriptCancelled;
     }
-    return kExitOk;
+    return kScriptOk;
 }
 
-}  // namespace osmera::cli
+}  // namespace osmera

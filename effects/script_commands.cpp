@@ -1,11 +1,11 @@
-#include "cli/script_commands.h"
+#include "effects/script_commands.h"
 
 #include <cstdint>
 
-#include "cli/script_effect_commands.h"
-#include "cli/script_words.h"
+#include "effects/script_effect_commands.h"
+#include "effects/script_words.h"
 
-namespace osmera::cli {
+namespace osmera {
 
 const char* const kNoDocumentMessage = "no document is open (use open or new first)";
 
@@ -139,4 +139,4 @@ LScriptCommandTable MakeScriptCommandTable() {
     return table;
 }
 
-}  // namespace osmera::cli
+}  // namespace osmera

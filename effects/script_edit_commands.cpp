@@ -4,15 +4,14 @@
 // Ctrl+Z does in the editor.
 
 #include <algorithm>
-#include <cstdio>
 #include <string>
 
-#include "cli/script_commands.h"
 #include "core/sound_time.h"
 #include "edit/audio_cut_tank.h"
 #include "edit/document_io.h"
+#include "effects/script_commands.h"
 
-namespace osmera::cli {
+namespace osmera {
 namespace {
 
 using Args = const LScriptArgs&;
@@ -61,7 +60,7 @@ std::string Open(LScriptContext& ctx, Args args) {
     // A file that did not open whole still opened: say so, one line per fact, and go on.
     for (size_t at = 0; at < warning.size();) {
         const size_t end = std::min(warning.find('\n', at), warning.size());
-        std::fprintf(stderr, "osmera-cli: warning: %s\n", warning.substr(at, end - at).c_str());
+        ctx.Note("warning: " + warning.substr(at, end - at));
         at = end + 1;
     }
     return message;
@@ -130,8 +129,7 @@ std::string Info(LScriptContext& ctx, Args) {
         " cursor=" + std::to_string(doc->cursor) + " selection=" + std::to_string(doc->selStart) +
         "-" + std::to_string(doc->selEnd) + " modified=" + std::to_string(doc->modified) +
         " undo=" + Quoted(ctx.controller.GetUndoMenuItem().text);
-    std::fprintf(ctx.out, "%s\n", line.c_str());
-    std::fflush(ctx.out);
+    ctx.Print(line);
     return {};
 }
 
@@ -217,4 +215,4 @@ void RegisterEditScriptCommands(LScriptCommandTable& table) {
     table.Add({"close", "close", {}, 0, {}, Close});
 }
 
-}  // namespace osmera::cli
+}  // namespace osmera

@@ -4,13 +4,14 @@
 // with the effect table's messages, remembers its parameters in the script's settings
 // store and records its undo step like the editor's command.
 //
-// The settings store is the one `run --settings FILE` chose; without one the commands use
-// a temporary store in memory for the life of the program. Script thread only.
+// The settings store is the one the caller set (the command-line program: the file of
+// `run --settings FILE`; the editor: its own settings); without one the commands use a
+// temporary store in memory for the life of the program. Script thread only.
 
-#include "cli/script_commands.h"
 #include "core/settings_store.h"
+#include "effects/script_commands.h"
 
-namespace osmera::cli {
+namespace osmera {
 
 // amplify, normalize, fade-in, fade-out, fade-out-trim, envelope, dc-offset, auto-trim,
 // insert-silence-start, insert-silence-current, insert-silence-end, repeat, reverse,
@@ -21,4 +22,4 @@ void RegisterEffectScriptCommands(LScriptCommandTable& table);
 void SetScriptSettings(LSettingsStore* store);
 LSettingsStore& ScriptSettings();
 
-}  // namespace osmera::cli
+}  // namespace osmera
