@@ -87,7 +87,7 @@ bool MakeDemoAudio(LCutListAudio& target) {
     LSourceRef source(new LSRCSampleVector(kDemoSampleRate, 2, DemoSamples()));
     LCutListAudio made;
     auto sink = made.MakeSink(kDemoSampleRate, 2);
-    const bool pumped = LPRSourceToSink(source, sink).Process() == kPumpDone;
+    const bool pumped = LPRSourceToSink(source, sink).Process() == kJobDone;
     const bool written = !sink->IsError();
     sink.Reset();  // `made` now holds the new cut
     if (!pumped || !written)

@@ -38,9 +38,9 @@ int ConvertAudio(const LCutListAudio& from, uint32_t rate, uint8_t channels, LCu
         const int pumped = LPRSourceToSink(source, sink, progress, "Converting").Process();
         const bool written = !sink->IsError();
         sink.Reset();  // `converted` now holds the new cut
-        if (pumped == kPumpCancelled)
+        if (pumped == kJobCancelled)
             return kJobCancelled;
-        if (pumped != kPumpDone || !written) {
+        if (pumped != kJobDone || !written) {
             *message = "The audio could not be converted to " + std::to_string(rate) +
                        " Hz (the rates may be too far apart, or the disk is full).";
             return kJobFailed;
