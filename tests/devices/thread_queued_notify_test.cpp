@@ -144,8 +144,10 @@ TEST(ThreadQueuedNotify, WorkerReportsReachTheGuiThread) {
     ASSERT_FALSE(seen.empty());
     EXPECT_LE(seen.size(), 200u);
     EXPECT_DOUBLE_EQ(seen.back(), 10.0);
+    // A report that lands while the handler runs posts again, and both handlers may read
+    // the same newest position: never older, possibly equal.
     for (size_t i = 1; i < seen.size(); ++i)
-        EXPECT_GT(seen[i], seen[i - 1]);
+        EXPECT_GE(seen[i], seen[i - 1]);
 }
 
 // Levels a worker stores reach the listener through the handler on the dispatcher's
