@@ -315,9 +315,4 @@ bool MainDialog::EvRunArguments(const LRunArguments& arguments) {
     return !firstFile;
 }
 
-void MainDialog::RunBatchScript(const QString& path) {
-    Q_UNUSED(path);
-    NotAvailable(kIdBatchConverter);
-}
-
 }  // namespace osmera

@@ -72,7 +72,9 @@ class MainDialog : public QObject, public LDocumentListener {
     // The generated demo (demo_audio.h) as a new untitled, unmodified document; false when
     // it could not be written.
     bool OpenDemoFile();
-    // A batch script handed over by a second start or by "-batch".
+    // Runs a batch script ("-batch", or handed over by a second start) on the editor's
+    // documents with a progress window, as `osmera-cli run` would; failing lines are shown
+    // as "SCRIPT:LINE: message". Waits while another job runs.
     void RunBatchScript(const QString& path);
 
     // Asks about every modified document; false (nothing closed) when the user cancels.
@@ -101,6 +103,7 @@ class MainDialog : public QObject, public LDocumentListener {
     void UndoMenuChanged(const LUndoMenuItem& item) override;
     void SaveEnabledChanged(bool enabled) override;
     void DocumentChanged(LOMFile& doc) override;
+    void DocumentClosing(LOMFile& doc) override;
     // After an edit the engine moves the cursor back by the preroll to play from there;
     // until the player is built this only shows the cursor where it now stands.
     void StartPlayback(LOMFile& doc, int32_t position) override;

@@ -78,6 +78,7 @@ void LDocumentController::CloseDocument(LOMFile* doc) {
     }
     if (doc == current_)
         listener_->StopPlayback();
+    listener_->DocumentClosing(*doc);
     it = documents_.erase(it);
     if (doc != current_)
         return;

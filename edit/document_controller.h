@@ -48,6 +48,9 @@ class LDocumentListener {
     virtual void SaveEnabledChanged(bool /*enabled*/) {}
     // The audio, cursor or selection of `doc` changed: redraw views and position displays.
     virtual void DocumentChanged(LOMFile& /*doc*/) {}
+    // `doc` is about to be closed and freed (a script's `close`, or the editor's own
+    // CloseDocument): drop every reference to it now.
+    virtual void DocumentClosing(LOMFile& /*doc*/) {}
 };
 
 // The system clipboard as wave-audio bytes (a whole WAV file).
