@@ -29,9 +29,7 @@ void MainDialog::RunBatchScript(const QString& path) {
     QStringList failures;  // "SCRIPT:LINE: message" and notes about the run
     QStringList printed;   // what commands print for the user (info, get, repairs)
     LScriptOutput output;
-    output.print = [&printed](const std::string& line) {
-        printed << QString::fromStdString(line);
-    };
+    output.print = [&printed](const std::string& line) { printed << QString::fromStdString(line); };
     output.report = [&failures](const std::string& line) {
         failures << QString::fromStdString(line);
     };

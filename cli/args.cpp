@@ -44,13 +44,15 @@ LArgs::LArgs(int argc, char** argv, const std::set<std::string>& valued,
 
 std::optional<std::string> LArgs::Value(const std::string& option) const {
     auto it = options_.find(option);
-    if (it == options_.end()) return std::nullopt;
+    if (it == options_.end())
+        return std::nullopt;
     return it->second;
 }
 
 long LArgs::IntValue(const std::string& option, long def, long lo, long hi) {
     auto v = Value(option);
-    if (!v) return def;
+    if (!v)
+        return def;
     long n = 0;
     auto [end, ec] = std::from_chars(v->data(), v->data() + v->size(), n);
     if (ec != std::errc() || end != v->data() + v->size() || n < lo || n > hi) {
@@ -68,12 +70,14 @@ void PrintError(const std::string& message) {
 }
 
 std::string QuoteValue(const std::string& value, bool force) {
-    const bool needs = force || value.empty() ||
-                       value.find_first_of(" \t\"\\\r\n") != std::string::npos;
-    if (!needs) return value;
+    const bool needs =
+        force || value.empty() || value.find_first_of(" \t\"\\\r\n") != std::string::npos;
+    if (!needs)
+        return value;
     std::string out = "\"";
     for (char c : value) {
-        if (c == '"' || c == '\\') out += '\\';
+        if (c == '"' || c == '\\')
+            out += '\\';
         if (c == '\r') {
             out += "\\r";
             continue;

@@ -13,13 +13,13 @@ namespace osmera::cli {
 // Exit codes shared by every command.
 enum : int {
     kExitOk = 0,
-    kExitFailed = 1,     // the work failed (unreadable input, write error)
-    kExitUsage = 2,      // the command line is wrong
+    kExitFailed = 1,  // the work failed (unreadable input, write error)
+    kExitUsage = 2,   // the command line is wrong
     kExitCancelled = 130,
 };
 
 class LArgs {
-public:
+  public:
     // `valued` lists the options that take a value, `flags` those that do not.
     // On a bad command line Error() says what is wrong.
     LArgs(int argc, char** argv, const std::set<std::string>& valued,
@@ -33,7 +33,7 @@ public:
     // and returns `def` when the value is not such a number.
     long IntValue(const std::string& option, long def, long lo, long hi);
 
-private:
+  private:
     std::vector<std::string> positional_;
     std::map<std::string, std::string> options_;
     std::string error_;

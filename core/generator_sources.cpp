@@ -12,14 +12,16 @@ LSRCGeneratorBase::LSRCGeneratorBase(int32_t sampleRate, uint8_t channels, int32
     : LSoundSourceBase(sampleRate, channels, peak), length_(std::max(length, 0)) {}
 
 void LSRCGeneratorBase::Read(int32_t* buffer, int32_t frames) {
-    if (frames <= 0) return;
+    if (frames <= 0)
+        return;
     const int64_t begin = position_;
     const int64_t end = begin + frames;
     position_ = static_cast<int32_t>(end);
     std::memset(buffer, 0, sizeof(int32_t) * static_cast<size_t>(frames) * channels);
     const int64_t first = std::max<int64_t>(begin, 0);
     const int64_t last = std::min<int64_t>(end, length_);
-    if (first >= last) return;
+    if (first >= last)
+        return;
     Generate(buffer + (first - begin) * channels, static_cast<int32_t>(first),
              static_cast<int32_t>(last - first));
 }
@@ -37,8 +39,10 @@ LSRCTone::LSRCTone(int32_t sampleRate, uint8_t channels, int32_t length, double 
 
 void LSRCTone::Generate(int32_t* buffer, int32_t first, int32_t count) {
     for (int32_t i = 0; i < count; ++i) {
-        const auto v = static_cast<int32_t>(std::lround(amplitude_ * std::sin(step_ * (first + i))));
-        for (int c = 0; c < channels; ++c) *buffer++ = v;
+        const auto v =
+            static_cast<int32_t>(std::lround(amplitude_ * std::sin(step_ * (first + i))));
+        for (int c = 0; c < channels; ++c)
+            *buffer++ = v;
     }
 }
 

@@ -11,9 +11,11 @@ LSRCPeakLimiter::LSRCPeakLimiter(LSourceRef inner, int32_t limit)
 
 void LSRCPeakLimiter::Read(int32_t* buffer, int32_t frames) {
     inner_->Read(buffer, frames);
-    if (frames <= 0) return;
+    if (frames <= 0)
+        return;
     const size_t n = static_cast<size_t>(frames) * channels;
-    for (size_t i = 0; i < n; ++i) buffer[i] = std::clamp(buffer[i], -limit_, limit_);
+    for (size_t i = 0; i < n; ++i)
+        buffer[i] = std::clamp(buffer[i], -limit_, limit_);
 }
 
 }  // namespace osmera

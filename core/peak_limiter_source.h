@@ -10,11 +10,11 @@ namespace osmera {
 // Hard clipping: a sample beyond the limit becomes the limit, with its sign. Reports the
 // limit as its peak; rate, channels, position and length are the inner source's.
 class LSRCPeakLimiter : public LSRCWrapBase {
-public:
+  public:
     LSRCPeakLimiter(LSourceRef inner, int32_t limit);
     void Read(int32_t* buffer, int32_t frames) override;
 
-private:
+  private:
     int32_t limit_;
 };
 

@@ -54,8 +54,10 @@ int LPRSourceToSink::Process() {
         LTrace("LPRSourceToSink::Process Source Error");
         return kJobFailed;
     }
-    if (!FormatsAgree(*source, *sink_)) return kJobFailed;
-    if (source->GetPeak() > kPeak16Bit) source = LSourceRef(new LSRCPeakLimiter(source, kPeak16Bit));
+    if (!FormatsAgree(*source, *sink_))
+        return kJobFailed;
+    if (source->GetPeak() > kPeak16Bit)
+        source = LSourceRef(new LSRCPeakLimiter(source, kPeak16Bit));
 
     // The real length decides how much of the last block is written; a length of 0 is
     // taken as 1 only so that the progress fraction never divides by zero.
@@ -64,7 +66,8 @@ int LPRSourceToSink::Process() {
 
     std::vector<int32_t> buffer(static_cast<size_t>(kBlockFrames) * source->GetChannels());
     for (;;) {
-        if (progress_->IsCancelled()) return kJobCancelled;
+        if (progress_->IsCancelled())
+            return kJobCancelled;
         source->Read(buffer.data(), kBlockFrames);
         const int64_t position = source->GetPositionSample();
         if (position >= length) {
@@ -84,25 +87,33 @@ int LPRSourceToSink::Process() {
 }
 
 int LPRSourceToSink::ProcessSpan(int32_t start, int32_t end) {
-    if (end < start) return kJobDone;
+    if (end < start)
+        return kJobDone;
     progress_->SetLine(1, kPleaseWait);
-    if (sink_ && !FormatsAgree(*source_, *sink_)) return kJobFailed;
-    if (start > 0) source_->Seek(start);
+    if (sink_ && !FormatsAgree(*source_, *sink_))
+        return kJobFailed;
+    if (start > 0)
+        source_->Seek(start);
 
     int64_t total = start > 0 ? static_cast<int64_t>(end) - start : end;
-    if (total < 1) total = 1;
+    if (total < 1)
+        total = 1;
     int64_t done = 0;
 
     std::vector<int32_t> buffer(static_cast<size_t>(kBlockFrames) * source_->GetChannels());
     for (;;) {
-        if (progress_->IsCancelled()) return kJobCancelled;
+        if (progress_->IsCancelled())
+            return kJobCancelled;
         int64_t n = total - done;
-        if (n < 1) return kJobDone;
-        if (n > kBlockFrames) n = kBlockFrames;
+        if (n < 1)
+            return kJobDone;
+        if (n > kBlockFrames)
+            n = kBlockFrames;
         source_->Read(buffer.data(), static_cast<int32_t>(n));
         if (hook_)
             hook_(buffer.data(), static_cast<int32_t>(n));
-        if (sink_) sink_->Write(buffer.data(), static_cast<int32_t>(n));
+        if (sink_)
+            sink_->Write(buffer.data(), static_cast<int32_t>(n));
         done += n;
         progress_->SetFraction(static_cast<double>(done) / static_cast<double>(total));
     }

@@ -19,7 +19,7 @@
 namespace osmera {
 
 class LPRSourceToSink {
-public:
+  public:
     static constexpr int32_t kBlockFrames = 8192;
 
     // Sees every block between its Read and its Write (`count` frames of interleaved
@@ -47,7 +47,7 @@ public:
     // Installs the block hook for the following runs (an empty hook removes it).
     void SetBlockHook(BlockHook hook) { hook_ = std::move(hook); }
 
-private:
+  private:
     LSourceRef source_;
     LSinkRef sink_;
     LNullProgress nullProgress_;

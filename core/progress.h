@@ -18,7 +18,7 @@ enum : int {
 };
 
 class LProgress {
-public:
+  public:
     virtual ~LProgress() = default;
     // Line 0 is the task's title, line 1 the detail ("Please wait...").
     virtual void SetLine(int line, const std::string& text) = 0;
@@ -30,7 +30,7 @@ public:
 
 // Shows nothing and never cancels.
 class LNullProgress : public LProgress {
-public:
+  public:
     void SetLine(int, const std::string&) override {}
     void SetFraction(double) override {}
     bool IsCancelled() override { return false; }

@@ -13,7 +13,7 @@
 namespace osmera {
 
 class LRefCounted {
-public:
+  public:
     virtual ~LRefCounted() = default;
     LRefCounted(const LRefCounted&) = delete;
     LRefCounted& operator=(const LRefCounted&) = delete;
@@ -22,23 +22,25 @@ public:
     void AddRef() { ++refCount; }
     // Drops one holder; destroys the object when it was the last.
     void Release() {
-        if (--refCount == 0) delete this;
+        if (--refCount == 0)
+            delete this;
     }
 
-protected:
+  protected:
     LRefCounted() = default;
 
-private:
+  private:
     uint16_t refCount = 0;
 };
 
 // Holder of an LRefCounted object. A default-constructed LRef holds nothing.
 template <class T>
 class LRef {
-public:
+  public:
     LRef() = default;
     LRef(T* object) : p_(object) {  // NOLINT: implicit, like a pointer
-        if (p_) p_->AddRef();
+        if (p_)
+            p_->AddRef();
     }
     LRef(const LRef& other) : LRef(other.p_) {}
     LRef(LRef&& other) noexcept : p_(std::exchange(other.p_, nullptr)) {}
@@ -54,7 +56,8 @@ public:
     }
 
     void Reset() {
-        if (T* old = std::exchange(p_, nullptr)) old->Release();
+        if (T* old = std::exchange(p_, nullptr))
+            old->Release();
     }
     T* Get() const { return p_; }
     T* operator->() const { return p_; }
@@ -64,7 +67,7 @@ public:
     // Gives up the holder's count without releasing it; the caller takes it over.
     T* Detach() { return std::exchange(p_, nullptr); }
 
-private:
+  private:
     T* p_ = nullptr;
 };
 

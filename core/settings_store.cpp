@@ -8,7 +8,8 @@ int32_t LMemorySettingsStore::GetInt(const std::string& section, const std::stri
                                      int32_t def) {
     std::lock_guard<std::mutex> lock(mutex_);
     auto it = values_.find({section, key});
-    if (it == values_.end()) return def;
+    if (it == values_.end())
+        return def;
     int32_t v = 0;
     const std::string& s = it->second;
     auto [end, ec] = std::from_chars(s.data(), s.data() + s.size(), v);

@@ -16,7 +16,7 @@
 namespace osmera {
 
 class LSettingsStore {
-public:
+  public:
     virtual ~LSettingsStore() = default;
     virtual int32_t GetInt(const std::string& section, const std::string& key, int32_t def) = 0;
     virtual std::string GetText(const std::string& section, const std::string& key,
@@ -29,7 +29,7 @@ public:
 // Values held in memory for the life of the object. An integer read of a value stored as
 // text that is not a number gives the default, as a missing value does.
 class LMemorySettingsStore : public LSettingsStore {
-public:
+  public:
     int32_t GetInt(const std::string& section, const std::string& key, int32_t def) override;
     std::string GetText(const std::string& section, const std::string& key,
                         const std::string& def) override;
@@ -37,7 +37,7 @@ public:
     void SetText(const std::string& section, const std::string& key,
                  const std::string& value) override;
 
-private:
+  private:
     std::mutex mutex_;
     std::map<std::pair<std::string, std::string>, std::string> values_;
 };

@@ -13,7 +13,7 @@
 namespace osmera {
 
 class LSoundSinkBase : public LRefCounted {
-public:
+  public:
     // 0 channels sets the error bit and uses 1 channel.
     LSoundSinkBase(int32_t sampleRate, uint8_t channels);
 
@@ -30,7 +30,7 @@ public:
     // True when the sink cannot accept data.
     bool IsError() const { return (errorFlags & 1) != 0; }
 
-protected:
+  protected:
     void SetErrorBit() { errorFlags |= 1; }
 
     int32_t position = 0;

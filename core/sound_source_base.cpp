@@ -42,21 +42,29 @@ void LSoundSourceBase::SetChannels(uint8_t nChans) {
     channels = nChans;
 }
 
-LSRCEmpty::LSRCEmpty() : LSoundSourceBase(11025, 1, kPeakProcessed) { SetError(kSourceEmpty); }
-
-void LSRCEmpty::Read(int32_t* buffer, int32_t frames) {
-    if (frames > 0) std::memset(buffer, 0, sizeof(int32_t) * static_cast<size_t>(frames) * channels);
+LSRCEmpty::LSRCEmpty() : LSoundSourceBase(11025, 1, kPeakProcessed) {
+    SetError(kSourceEmpty);
 }
 
-LSourceRef MakeEmptySource() { return LSourceRef(new LSRCEmpty()); }
+void LSRCEmpty::Read(int32_t* buffer, int32_t frames) {
+    if (frames > 0)
+        std::memset(buffer, 0, sizeof(int32_t) * static_cast<size_t>(frames) * channels);
+}
 
-void ResetSource(LSourceRef& slot) { slot = MakeEmptySource(); }
+LSourceRef MakeEmptySource() {
+    return LSourceRef(new LSRCEmpty());
+}
+
+void ResetSource(LSourceRef& slot) {
+    slot = MakeEmptySource();
+}
 
 LSRCWrapBase::LSRCWrapBase(LSourceRef inner)
     : LSoundSourceBase(inner ? inner->GetSampleRate() : 11025, inner ? inner->GetChannels() : 1,
                        inner ? inner->GetPeak() : kPeakProcessed),
       inner_(inner ? std::move(inner) : MakeEmptySource()) {
-    if (inner_->GetError() != kSourceOk) SetError(kSourceInnerFailed);
+    if (inner_->GetError() != kSourceOk)
+        SetError(kSourceInnerFailed);
 }
 
 }  // namespace osmera

@@ -19,11 +19,11 @@ namespace osmera {
 // Source error codes.
 enum : uint8_t {
     kSourceOk = 0,
-    kSourceEmpty = 1,         // the empty source: nothing to read
-    kSourceInnerFailed = 2,   // a wrapped source has an error
-    kSourceBadParams = 3,     // bad rate, channels or block size; corrupt file
-    kSourceNotOpened = 4,     // the file could not be opened
-    kSourceCodecFailed = 5,   // no decoder could be opened for the file's data
+    kSourceEmpty = 1,        // the empty source: nothing to read
+    kSourceInnerFailed = 2,  // a wrapped source has an error
+    kSourceBadParams = 3,    // bad rate, channels or block size; corrupt file
+    kSourceNotOpened = 4,    // the file could not be opened
+    kSourceCodecFailed = 5,  // no decoder could be opened for the file's data
 };
 
 // Peak of sources that read 16-bit-range data (PCM files and their codecs).
@@ -32,7 +32,7 @@ constexpr int32_t kPeak16Bit = 524272;
 constexpr int32_t kPeakProcessed = 2097152;
 
 class LSoundSourceBase : public LRefCounted {
-public:
+  public:
     // A rate below 1 becomes 44100 and 0 channels become 1; either sets error 3.
     LSoundSourceBase(int32_t sampleRate, uint8_t channels, int32_t peak);
 
@@ -57,7 +57,7 @@ public:
     void SetSampleRate(int32_t rate);
     void SetChannels(uint8_t nChans);
 
-protected:
+  protected:
     void SetPeak(int32_t p) { peak = p; }
     void SetError(uint8_t code) { error = code; }
 
@@ -72,7 +72,7 @@ using LSourceRef = LRef<LSoundSourceBase>;
 // Stands in a source slot that holds nothing: 11025 Hz, 1 channel, peak 2097152,
 // error 1. Reads zeros; position and length 0; Seek does nothing.
 class LSRCEmpty : public LSoundSourceBase {
-public:
+  public:
     LSRCEmpty();
     void Read(int32_t* buffer, int32_t frames) override;
     int32_t GetPositionSample() override { return 0; }
@@ -90,7 +90,7 @@ void ResetSource(LSourceRef& slot);
 // Owns the inner source through its reference, so releasing the top of a chain releases
 // the chain. A null inner source is replaced by an empty one.
 class LSRCWrapBase : public LSoundSourceBase {
-public:
+  public:
     explicit LSRCWrapBase(LSourceRef inner);
 
     void Read(int32_t* buffer, int32_t frames) override { inner_->Read(buffer, frames); }
@@ -100,7 +100,7 @@ public:
 
     const LSourceRef& Inner() const { return inner_; }
 
-protected:
+  protected:
     LSourceRef inner_;
 };
 

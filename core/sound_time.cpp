@@ -64,7 +64,8 @@ void LSoundTime::SetSamples(int32_t s, int32_t rate) {
 
 int32_t LSoundTime::GetMilliseconds() const {
     const int32_t r = sampleRate;
-    if (r <= 0) return 0;
+    if (r <= 0)
+        return 0;
     return Add32(Mul32(samples / r, 1000), Mul32(samples % r, 1000) / r);
 }
 
@@ -90,13 +91,21 @@ std::string LSoundTime::FormatMinSec(int32_t t) {
     return out + text;
 }
 
-std::string LSoundTime::FormatTenths(int32_t t) { return FormatHms(t, 0, Fraction::kTenths); }
-std::string LSoundTime::FormatTenthsRounded(int32_t t) { return FormatHms(t, 50, Fraction::kTenths); }
+std::string LSoundTime::FormatTenths(int32_t t) {
+    return FormatHms(t, 0, Fraction::kTenths);
+}
+std::string LSoundTime::FormatTenthsRounded(int32_t t) {
+    return FormatHms(t, 50, Fraction::kTenths);
+}
 std::string LSoundTime::FormatMilliseconds(int32_t t) {
     return FormatHms(t, 0, Fraction::kMilliseconds);
 }
-std::string LSoundTime::FormatHundredths(int32_t t) { return FormatHms(t, 5, Fraction::kHundredths); }
-std::string LSoundTime::FormatSeconds(int32_t t) { return FormatHms(t, 500, Fraction::kNone); }
+std::string LSoundTime::FormatHundredths(int32_t t) {
+    return FormatHms(t, 5, Fraction::kHundredths);
+}
+std::string LSoundTime::FormatSeconds(int32_t t) {
+    return FormatHms(t, 500, Fraction::kNone);
+}
 
 int32_t LSoundTime::ParseTime(std::string_view text, bool* tooLarge) {
     // Formed in 64 bits and wrapped to 32 after every step, which gives exactly the 32-bit
@@ -126,12 +135,14 @@ int32_t LSoundTime::ParseTime(std::string_view text, bool* tooLarge) {
             total = keep(total * 60);
             field = 0;
         } else if (ch == '.') {
-            if (weight == 1000) weight = 100;
+            if (weight == 1000)
+                weight = 100;
         } else if (ch == '-') {
             negative = true;
         }
     }
-    if (tooLarge) *tooLarge = wrapped;
+    if (tooLarge)
+        *tooLarge = wrapped;
     const auto t = static_cast<int32_t>(total);
     return negative ? static_cast<int32_t>(0u - static_cast<uint32_t>(t)) : t;
 }

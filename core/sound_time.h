@@ -13,7 +13,7 @@
 namespace osmera {
 
 class LSoundTime {
-public:
+  public:
     LSoundTime() = default;
     LSoundTime(int32_t samples, int32_t sampleRate) { SetSamples(samples, sampleRate); }
 
@@ -51,7 +51,7 @@ public:
     // 32 bits wrap as 32-bit arithmetic does; `tooLarge`, when given, tells whether they did.
     static int32_t ParseTime(std::string_view text, bool* tooLarge = nullptr);
 
-private:
+  private:
     int32_t samples = 0;
     int32_t sampleRate = 44100;
 };

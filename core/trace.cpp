@@ -32,8 +32,10 @@ bool ToStderr() {
 
 void LTrace(std::string_view words) {
     std::lock_guard<std::mutex> lock(TraceMutex());
-    for (LTraceCapture* c : Captures()) c->Add(words);
-    if (ToStderr()) std::fprintf(stderr, "%.*s\n", static_cast<int>(words.size()), words.data());
+    for (LTraceCapture* c : Captures())
+        c->Add(words);
+    if (ToStderr())
+        std::fprintf(stderr, "%.*s\n", static_cast<int>(words.size()), words.data());
 }
 
 void LTracef(const char* format, ...) {
@@ -72,6 +74,8 @@ void LTraceCapture::Clear() {
     lines_.clear();
 }
 
-void LTraceCapture::Add(std::string_view words) { lines_.emplace_back(words); }
+void LTraceCapture::Add(std::string_view words) {
+    lines_.emplace_back(words);
+}
 
 }  // namespace osmera

@@ -20,7 +20,7 @@ void LTracef(const char* format, ...) __attribute__((format(printf, 1, 2)));
 // Collects every trace line written, from any thread, while it is alive. Captures may
 // nest; each sees every line written during its own lifetime.
 class LTraceCapture {
-public:
+  public:
     LTraceCapture();
     ~LTraceCapture();
     LTraceCapture(const LTraceCapture&) = delete;
@@ -31,7 +31,7 @@ public:
     bool Contains(std::string_view words) const;
     void Clear();
 
-private:
+  private:
     friend void LTrace(std::string_view);
     void Add(std::string_view words);
     std::vector<std::string> lines_;

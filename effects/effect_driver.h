@@ -66,7 +66,7 @@ enum class LEffectStatus {
 struct LEffectResult {
     LEffectStatus status = LEffectStatus::kNoDocument;
     int code = kJobDone;  // the job's result when one ran
-    std::string title;       // the message shown, if any
+    std::string title;    // the message shown, if any
     std::string message;
     int32_t repairs = 0;  // clicks repaired by the automatic click repair
 };

@@ -17,7 +17,8 @@ using testing::RecordingProgress;
 // Frame i of channel c holds i * 2 + c, within the 16-bit range so no limiter is added.
 LRef<LSRCSampleVector> Ramp(int32_t frames, uint8_t channels = 1) {
     std::vector<int32_t> s(static_cast<size_t>(frames) * channels);
-    for (size_t i = 0; i < s.size(); ++i) s[i] = static_cast<int32_t>(i % 500000);
+    for (size_t i = 0; i < s.size(); ++i)
+        s[i] = static_cast<int32_t>(i % 500000);
     return MakeRef<LSRCSampleVector>(44100, channels, std::move(s), kPeak16Bit);
 }
 
@@ -27,11 +28,9 @@ TEST(Pump, WholeRunBlockAccounting) {
         std::vector<int32_t> writes;
     };
     const Case cases[] = {
-        {8192, {8192}},           // one Read; position equals length, so it is the last block
-        {10000, {8192, 1808}},
-        {1, {1}},
-        {16384, {8192, 8192}},
-        {0, {}},                  // nothing written, still completed
+        {8192, {8192}},  // one Read; position equals length, so it is the last block
+        {10000, {8192, 1808}}, {1, {1}},
+        {16384, {8192, 8192}}, {0, {}},  // nothing written, still completed
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.frames);
@@ -183,7 +182,8 @@ TEST(Pump, LimiterOnlyForSourcesBeyondSixteenBits) {
     EXPECT_EQ(LPRSourceToSink(tone, sink).Process(), kJobDone);
     ASSERT_EQ(sink->samples.size(), 60000u);
     int32_t largest = 0;
-    for (int32_t v : sink->samples) largest = std::max(largest, std::abs(v));
+    for (int32_t v : sink->samples)
+        largest = std::max(largest, std::abs(v));
     EXPECT_EQ(largest, kPeak16Bit);
 }
 

@@ -89,13 +89,14 @@ TEST(SoundTime, Parser) {
         {"abc", 0},
         {"", 0},
         {"-0:01", -1000},
-        {"0:01-", -1000},         // a minus sign anywhere
-        {"1..5", 1500},           // a second point is ignored
-        {"1 : 3 0 s", 90000},     // other characters are skipped
-        {"0.5:3", 30030},        // after a point a colon does not reset the fraction weight
+        {"0:01-", -1000},      // a minus sign anywhere
+        {"1..5", 1500},        // a second point is ignored
+        {"1 : 3 0 s", 90000},  // other characters are skipped
+        {"0.5:3", 30030},      // after a point a colon does not reset the fraction weight
         {"1:2.3:4", 3738040},
     };
-    for (const auto& [text, ms] : cases) EXPECT_EQ(LSoundTime::ParseTime(text), ms) << text;
+    for (const auto& [text, ms] : cases)
+        EXPECT_EQ(LSoundTime::ParseTime(text), ms) << text;
 }
 
 TEST(SoundTime, ParserRoundTripsTheHundredthsForm) {

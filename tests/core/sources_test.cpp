@@ -10,11 +10,11 @@ namespace {
 
 // Counts its own destruction so ownership along a chain can be checked.
 class CountedSource : public LSRCSilence {
-public:
+  public:
     explicit CountedSource(int* destroyed) : LSRCSilence(8000, 1, 10), destroyed_(destroyed) {}
     ~CountedSource() override { ++*destroyed_; }
 
-private:
+  private:
     int* destroyed_;
 };
 
@@ -87,7 +87,8 @@ TEST(Sources, GeneratorsReadZerosOutsideAndAdvanceByFrames) {
     v.Seek(-1);
     int32_t buf[10];
     v.Read(buf, 5);
-    EXPECT_EQ(std::vector<int32_t>(buf, buf + 10), (std::vector<int32_t>{0, 0, 1, 2, 3, 4, 5, 6, 0, 0}));
+    EXPECT_EQ(std::vector<int32_t>(buf, buf + 10),
+              (std::vector<int32_t>{0, 0, 1, 2, 3, 4, 5, 6, 0, 0}));
     EXPECT_EQ(v.GetPositionSample(), 4);
     v.Read(buf, 2);
     EXPECT_EQ(v.GetPositionSample(), 6);  // reading past the end still advances

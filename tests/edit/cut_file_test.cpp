@@ -237,10 +237,14 @@ TEST(CutGain, ScalingDividesFirstAndNeverLeavesSaturation) {
     const Case cases[] = {
         {kUnityGain, 200, 33554400},  // the last two digits lost by the division
         {kMaxGain, 50, kMaxGain},     // a saturated gain never comes down
-        {500000000, 1000, kMaxGain},   {kUnityGain, 100, kUnityGain}, {kUnityGain, 0, 0},
-        {kUnityGain, 50, 8388600},     {1073741800, 200, kMaxGain},  // exactly at the limit
-                                                                     // saturates
-        {1073741799, 200, 2147483400}, {kUnityGain, -50, -8388600},
+        {500000000, 1000, kMaxGain},
+        {kUnityGain, 100, kUnityGain},
+        {kUnityGain, 0, 0},
+        {kUnityGain, 50, 8388600},
+        {1073741800, 200, kMaxGain},  // exactly at the limit
+                                      // saturates
+        {1073741799, 200, 2147483400},
+        {kUnityGain, -50, -8388600},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(::testing::Message() << c.gain << " at " << c.percent << "%");

@@ -13,7 +13,8 @@ TEST(SettingsStores, ValuesPerSectionWithDefaults) {
     testing::TempDir dir;
     LMemorySettingsStore memory;
     LQtSettingsStore qt(dir.File("osmera.ini"));
-    for (LSettingsStore* store : {static_cast<LSettingsStore*>(&memory), static_cast<LSettingsStore*>(&qt)}) {
+    for (LSettingsStore* store :
+         {static_cast<LSettingsStore*>(&memory), static_cast<LSettingsStore*>(&qt)}) {
         EXPECT_EQ(store->GetInt("Player", "Device", 7), 7);
         EXPECT_EQ(store->GetText("Folders", "Open", "none"), "none");
         store->SetInt("Player", "Device", -3);
@@ -22,7 +23,7 @@ TEST(SettingsStores, ValuesPerSectionWithDefaults) {
         EXPECT_EQ(store->GetInt("Player", "Device", 7), -3);
         EXPECT_EQ(store->GetInt("Recorder", "Device", 7), 7);  // sections are apart
         EXPECT_EQ(store->GetText("Folders", "Open", "none"), "/tmp/a b");
-        EXPECT_EQ(store->GetInt("Settings", "Name", 5), 5);     // not a number: the default
+        EXPECT_EQ(store->GetInt("Settings", "Name", 5), 5);  // not a number: the default
     }
     LQtSettingsStore again(dir.File("osmera.ini"));
     EXPECT_EQ(again.GetInt("Player", "Device", 0), -3);

@@ -8,17 +8,20 @@ namespace osmera::testing {
 
 void CollectSink::Write(const int32_t* buffer, int32_t frames) {
     writes.push_back(frames);
-    if (frames > 0) samples.insert(samples.end(), buffer, buffer + static_cast<size_t>(frames) * channels);
+    if (frames > 0)
+        samples.insert(samples.end(), buffer, buffer + static_cast<size_t>(frames) * channels);
     position += frames;
 }
 
 void RecordingProgress::SetLine(int line, const std::string& text) {
-    if (line == 0 || line == 1) lines[line] = text;
+    if (line == 0 || line == 1)
+        lines[line] = text;
 }
 
 TempDir::TempDir() {
     std::string pattern = (std::filesystem::temp_directory_path() / "osmera-test-XXXXXX").string();
-    if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
+    if (::mkdtemp(pattern.data()) == nullptr)
+        throw std::runtime_error("mkdtemp failed");
     path_ = pattern;
 }
 

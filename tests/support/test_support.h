@@ -14,7 +14,7 @@ namespace osmera::testing {
 
 // Keeps every frame written, and the size of each Write call.
 class CollectSink : public LSoundSinkBase {
-public:
+  public:
     CollectSink(int32_t sampleRate, uint8_t channels) : LSoundSinkBase(sampleRate, channels) {}
     void Write(const int32_t* buffer, int32_t frames) override;
 
@@ -25,7 +25,7 @@ public:
 // Records lines and fractions; IsCancelled() turns true from its `cancelAt`-th call on
 // (counting from 1; 0 never cancels).
 class RecordingProgress : public LProgress {
-public:
+  public:
     explicit RecordingProgress(int cancelAt = 0) : cancelAt_(cancelAt) {}
     void SetLine(int line, const std::string& text) override;
     void SetFraction(double fraction) override { fractions.push_back(fraction); }
@@ -34,14 +34,14 @@ public:
     std::string lines[2];
     std::vector<double> fractions;
 
-private:
+  private:
     int cancelAt_;
     int checks_ = 0;
 };
 
 // A fresh folder under the system's temporary folder, removed with its contents.
 class TempDir {
-public:
+  public:
     TempDir();
     ~TempDir();
     TempDir(const TempDir&) = delete;
@@ -50,7 +50,7 @@ public:
     const std::filesystem::path& Path() const { return path_; }
     std::string File(const std::string& name) const { return (path_ / name).string(); }
 
-private:
+  private:
     std::filesystem::path path_;
 };
 
