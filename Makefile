@@ -6,7 +6,7 @@ ASAN_BUILD ?= build-asan
 JOBS       ?= $(shell nproc)
 CMAKE_GEN  := -G Ninja
 
-.PHONY: run test deps build test-plain test-asan test-tsan test-fuzz bench format clean
+.PHONY: run test deps build test-format test-plain test-asan test-tsan test-fuzz bench format clean
 
 deps:
 	@scripts/install-deps.sh
@@ -28,7 +28,11 @@ run: deps $(BUILD)/build.ninja
 	fi
 
 # The plain suite runs last so that its summary closes the output.
-test: test-tsan test-asan test-fuzz test-plain
+test: test-format test-tsan test-asan test-fuzz test-plain
+
+# Every source file as clang-format (.clang-format) writes it; `make format` fixes them.
+test-format: deps
+	git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run -Werror
 
 test-plain: build
 	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)

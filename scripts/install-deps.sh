@@ -10,7 +10,7 @@ packages=(
   qt6-qpa-plugins
   fonts-dejavu-core
   sox time
-  clang libclang-rt-dev
+  clang libclang-rt-dev clang-format
 )
 
 missing=()
