@@ -5,7 +5,6 @@
 #include <QMdiArea>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 
 #include "tests/app/app_fixture.h"
 
@@ -13,11 +12,8 @@ namespace osmera {
 namespace {
 
 using Editor = testing::EditorTest;
-
-std::vector<char> FileBytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
+using testing::Bytes;
+using testing::ReadBytes;
 
 std::string Edits(const std::string& saveAs) {
     return "open in.wav\n"
@@ -43,9 +39,9 @@ TEST_F(Editor, BatchScriptSavesWhatTheCommandLineProgramSaves) {
 
     main->RunBatchScript(QString::fromStdString(dir.File("editor.txt")));
     EXPECT_TRUE(prompts.told.isEmpty()) << prompts.told.join('\n').toStdString();
-    const std::vector<char> expected = FileBytes(dir.File("cli.wav"));
+    const Bytes expected = ReadBytes(dir.File("cli.wav"));
     ASSERT_GT(expected.size(), 44u);
-    EXPECT_EQ(FileBytes(dir.File("editor.wav")), expected);
+    EXPECT_EQ(ReadBytes(dir.File("editor.wav")), expected);
 
     // The file the script opened is a window of the editor, active, with its edits undoable.
     LOMFile* doc = main->Controller().GetCurrent();

@@ -7,8 +7,6 @@
 #include <QDir>
 #include <QMdiSubWindow>
 #include <QTest>
-#include <fstream>
-#include <iterator>
 
 #include "app/command_menus.h"
 #include "app/command_table.h"
@@ -22,11 +20,8 @@ namespace osmera {
 namespace {
 
 using Editor = testing::EditorTest;
-
-std::vector<char> FileBytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
+using testing::Bytes;
+using testing::ReadBytes;
 
 LWaveView& ViewOf(MainDialog& main, const LOMFile& doc) {
     return qobject_cast<LOMFileWindow*>(main.WindowOf(&doc)->widget())->WaveView();
@@ -90,9 +85,9 @@ TEST_F(Editor, MouseAndKeysFlowSavesWhatTheEngineMakes) {
     same.cursor = cursor;
     ASSERT_EQ(engine.CmPaste(), LEditResult::kDone);
     ASSERT_EQ(engine.SaveCurrentFile(dir.File("engine.wav"), 0, nullptr), kJobDone);
-    const std::vector<char> saved = FileBytes(dir.File("edited.wav"));
+    const Bytes saved = ReadBytes(dir.File("edited.wav"));
     EXPECT_LT(saved.size() - 2u * (32000u + static_cast<uint32_t>(selEnd - selStart)), 64u);
-    EXPECT_TRUE(saved == FileBytes(dir.File("engine.wav")));
+    EXPECT_TRUE(saved == ReadBytes(dir.File("engine.wav")));
 }
 
 // The frame with the demo in a file window, drawn to a PNG beside the test program (the
