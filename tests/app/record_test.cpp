@@ -73,6 +73,33 @@ class Recording : public testing::EditorTest {
         return out;
     }
 
+    // A voice-activated take into a new file at 8000 Hz mono, waiting for -20, from one
+    // second of silence, one of a 1000 Hz tone that begins with a buffer, and three of
+    // silence: the new document holds the frames [from, to) of the filtered input.
+    void TakeWaitingForSound(bool autotrim, int32_t from, int32_t to) {
+        settings.SetInt("Recorder", "SampleRate", 8000);
+        settings.SetInt("Recorder", "Channels", 1);
+        settings.SetInt("Recorder", "Threshold", -20);
+        settings.SetInt("Recorder", "Autotrim", autotrim ? 1 : 0);
+        std::vector<int16_t> input(40000, 0);
+        for (int i = 8000; i < 16000; ++i)
+            input[static_cast<size_t>(i)] =
+                static_cast<int16_t>(std::lround(8000 * std::sin(i * 2 * M_PI / 8)));
+        LOMRecordWindow& window = WindowRecordingFrom(input);
+        ASSERT_TRUE(window.StartTake());
+        RecordToTheEnd();
+        window.StopTake();
+
+        ASSERT_EQ(main->Controller().GetDocuments().size(), 1u);
+        const LOMFile& doc = *main->Controller().GetCurrent();
+        EXPECT_EQ(doc.GetDisplayName(), "Untitled 1");
+        EXPECT_EQ(doc.audio.GetSampleRate(), 8000u);
+        const std::vector<int32_t> filtered = Filtered(input);
+        ASSERT_EQ(doc.audio.GetLength(), to - from);
+        EXPECT_EQ(Samples(doc.audio, 0, to - from),
+                  std::vector<int32_t>(filtered.begin() + from, filtered.begin() + to));
+    }
+
     LQtDispatcher dispatcher;
     std::shared_ptr<LEvent> ended = std::make_shared<LEvent>();
 };
@@ -114,31 +141,13 @@ TEST_F(Recording, TakeGoesInAtTheCursorAsOneUndoStep) {
 }
 
 TEST_F(Recording, VoiceActivatedTakeKeepsTheToneWithItsLeadInAndTail) {
-    // A new file at 8000 Hz mono, waiting for -20; silence pauses are trimmed.
-    settings.SetInt("Recorder", "SampleRate", 8000);
-    settings.SetInt("Recorder", "Channels", 1);
-    settings.SetInt("Recorder", "Threshold", -20);
-    settings.SetInt("Recorder", "Autotrim", 1);
-    // One second of silence, one of a 1000 Hz tone from a buffer's start, three of silence.
-    std::vector<int16_t> input(40000, 0);
-    for (int i = 8000; i < 16000; ++i)
-        input[static_cast<size_t>(i)] =
-            static_cast<int16_t>(std::lround(8000 * std::sin(i * 2 * M_PI / 8)));
-    LOMRecordWindow& window = WindowRecordingFrom(input);
-    ASSERT_TRUE(window.StartTake());
-    RecordToTheEnd();
-    window.StopTake();
-
     // The tone with the 50 ms before it (the second half of the last quiet buffer) and the
-    // 50 ms after the last loud buffer, in a new untitled document.
-    ASSERT_EQ(main->Controller().GetDocuments().size(), 1u);
-    const LOMFile& doc = *main->Controller().GetCurrent();
-    EXPECT_EQ(doc.GetDisplayName(), "Untitled 1");
-    EXPECT_EQ(doc.audio.GetSampleRate(), 8000u);
-    const std::vector<int32_t> filtered = Filtered(input);
-    ASSERT_EQ(doc.audio.GetLength(), 16400 - 7600);
-    EXPECT_EQ(Samples(doc.audio, 0, 8800),
-              std::vector<int32_t>(filtered.begin() + 7600, filtered.begin() + 16400));
+    // 50 ms after the last loud buffer.
+    TakeWaitingForSound(true, 7600, 16400);
+}
+
+TEST_F(Recording, WithoutAutotrimTheTakeKeepsItsTail) {
+    TakeWaitingForSound(false, 7600, 40000);
 }
 
 TEST_F(Recording, CancelAndAFailedDeviceLeaveTheDocumentAsItWas) {
