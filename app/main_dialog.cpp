@@ -11,6 +11,7 @@
 #include "app/command_menus.h"
 #include "app/document_sub_window.h"
 #include "app/mdi_main_window.h"
+#include "app/record_window.h"
 #include "core/trace.h"
 #include "display/document_model.h"
 #include "display/om_file_window.h"
@@ -52,6 +53,8 @@ MainDialog::MainDialog(LMDIMainWindow& frame, LSettingsStore& settings, LUserPro
 }
 
 MainDialog::~MainDialog() {
+    // The record window borrows the controller: it goes first.
+    delete recordWindow_.data();
     // Views first, then the documents they show (the controller's, destroyed after this).
     for (LOpenDocument& open : open_) {
         if (open.window)
@@ -78,6 +81,8 @@ bool MainDialog::Dispatch(uint16_t id) {
         CmActivateWindow(id - kWindowItemFirstId);
         return true;
     }
+    if (RefusedWhileRecording(id))
+        return false;
     const LCommandRow* row = FindCommand(id);
     if (row && (row->needs & kNeedsDocument) && !controller_.GetCurrent())
         return false;  // a command on the current document does nothing without one

@@ -38,6 +38,7 @@ namespace osmera {
 class LCommandMenus;
 class LDocumentModel;
 class LMDIMainWindow;
+class LOMRecordWindow;
 
 // The open dialog's filters in order, and Save As's (WAV 8, 16, 24 and 32 bits).
 QStringList OpenFileFilters();
@@ -90,6 +91,11 @@ class MainDialog : public QObject, public LDocumentListener {
     void UpdateCommandStates();
     // The state flags (LCommandNeeds) that hold now.
     uint32_t CurrentState() const;
+
+    // The record window (made at its first use); while its take runs, commands that could
+    // change documents are refused with a note in the status bar.
+    LOMRecordWindow& RecordWindow();
+    bool IsTakeRunning() const;
 
     LDocumentController& Controller() { return controller_; }
     LCommandMenus& Menus() { return *menus_; }
@@ -152,6 +158,10 @@ class MainDialog : public QObject, public LDocumentListener {
     void ConvertCurrent(uint32_t rate, uint8_t channels, const std::string& undoName);
     void SetMark(int which);
     void CopySelectionToDesktop();
+    // A finished take into `target` (null: a new document) as one undo step "Record".
+    void DeliverTake(LOMFile* target, const LCutListAudio& take);
+    // True, with a note in the status bar, when `id` must wait for the take to end.
+    bool RefusedWhileRecording(uint16_t id);
     void NotAvailable(uint16_t id);
     void NotAvailable(const QString& feature);
     void TileWindows(bool stacked);
@@ -274,6 +284,7 @@ class MainDialog : public QObject, public LDocumentListener {
     LRecentFileList recent_;
     LCommandMenus* menus_;
     std::vector<LOpenDocument> open_;
+    QPointer<LOMRecordWindow> recordWindow_;
     QTimer helpTimer_;
     bool undoAvailable_ = false;
     int busy_ = 0;  // > 0 while a file job runs; requests from outside wait for it

@@ -10,6 +10,7 @@
 
 #include "app/main_dialog.h"
 #include "app/mdi_main_window.h"
+#include "app/record_window.h"
 #include "core/trace.h"
 #include "display/document_model.h"
 #include "effects/script_effect_commands.h"
@@ -90,6 +91,8 @@ void MainDialog::RunBatchScript(const QString& path) {
 }
 
 void MainDialog::DocumentClosing(LOMFile& doc) {
+    if (recordWindow_)
+        recordWindow_->ForgetDocument(&doc);
     const auto it = std::find_if(open_.begin(), open_.end(),
                                  [&doc](const LOpenDocument& open) { return open.doc == &doc; });
     if (it == open_.end())

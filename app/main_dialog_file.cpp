@@ -4,10 +4,12 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QMdiSubWindow>
+#include <QStatusBar>
 
 #include "app/command_menus.h"
 #include "app/main_dialog.h"
 #include "app/mdi_main_window.h"
+#include "app/record_window.h"
 #include "edit/document_io.h"
 #include "platform/qt_progress.h"
 
@@ -212,6 +214,11 @@ void MainDialog::CmSaveAs() {
 }
 
 bool MainDialog::QueryCloseDocument(LOMFile& doc) {
+    if (recordWindow_ && recordWindow_->IsRecordingInto(&doc)) {
+        frame_.statusBar()->showMessage(QStringLiteral("Stop the recording before closing \"%1\".")
+                                            .arg(QString::fromStdString(doc.GetDisplayName())));
+        return false;
+    }
     if (!doc.modified)
         return true;
     const LAnswer answer = prompts_.AskYesNoCancel(
@@ -225,6 +232,9 @@ bool MainDialog::QueryCloseDocument(LOMFile& doc) {
 }
 
 bool MainDialog::QueryCloseAll() {
+    // A take that runs is kept: it goes into its document, which then asks to be saved.
+    if (IsTakeRunning())
+        recordWindow_->StopTake();
     for (const auto& doc : controller_.GetDocuments()) {
         if (!QueryCloseDocument(*doc))
             return false;

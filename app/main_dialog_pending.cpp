@@ -5,7 +5,7 @@
 
 namespace osmera {
 
-// Projects, CD tracks, sending, tags, settings, effects, playback and recording, tools
+// Projects, CD tracks, sending, tags, settings, effects, playback, tools
 // and bookmarks.
 
 void MainDialog::CmLoadCdTracks() {
@@ -146,10 +146,6 @@ void MainDialog::CmPluginEffects() {
 
 void MainDialog::CmPlugins() {
     NotAvailable(kIdPlugins);
-}
-
-void MainDialog::CmRecord() {
-    NotAvailable(kIdRecord);
 }
 
 void MainDialog::CmPlay() {

@@ -18,6 +18,7 @@
 #include "core/safe_replace.h"
 #include "core/sound_time.h"
 #include "devices/dispatcher.h"
+#include "devices/record_take.h"
 #include "devices/sound_devices.h"
 #include "devices/sound_recorder.h"
 #include "formats/open_audio_source.h"
@@ -26,8 +27,6 @@
 
 namespace osmera::cli {
 namespace {
-
-constexpr uint32_t kHangMs = 2000;
 
 class LRecordStatus : public LSoundRecorderNotify {
   public:
@@ -114,9 +113,11 @@ int RunRecord(int argc, char** argv) {
         PrintError("cannot create " + out + ": check the folder exists and you may write to it");
         return kExitFailed;
     }
-    const uint32_t flags = args.Has("threshold") ? 0u : uint32_t{LSoundRecorder::kStartRecordNow};
-    const uint32_t maxMs = static_cast<uint32_t>(seconds) * 1000u;
-    if (!recorder.Start(sink, flags, static_cast<int8_t>(threshold), kHangMs, maxMs)) {
+    LRecordOptions options;
+    if (args.Has("threshold"))
+        options.threshold = static_cast<int8_t>(threshold);
+    options.maxMs = static_cast<uint32_t>(seconds) * 1000u;
+    if (!options.Start(recorder, sink)) {
         PrintError("cannot open sound input device " + std::to_string(device.number) + " at " +
                    std::to_string(rate) + " Hz, " + std::to_string(channels) +
                    " channel(s) (see osmera-cli devices)");
@@ -130,16 +131,10 @@ int RunRecord(int argc, char** argv) {
         dispatcher.WaitAndPump(50);
     }
     EndStatus();
-    // The maximum time is checked per buffer; cut what went beyond it.
-    if (seconds > 0) {
-        LSoundTime limit;
-        limit.SetMilliseconds(static_cast<int32_t>(maxMs), static_cast<int32_t>(rate));
-        if (sink->GetPosition() > limit.GetSamples())
-            sink->Seek(limit.GetSamples());
-    }
+    options.FinishTake(*sink);
     // A take from a file that began at once ends with the file, not with the silence
     // that completed its last buffer.
-    if (inputFrames >= 0 && !args.Has("threshold") && sink->GetPosition() > inputFrames)
+    if (inputFrames >= 0 && !options.WaitsForSound() && sink->GetPosition() > inputFrames)
         sink->Seek(inputFrames);
     const bool written = sink->Finish() && !sink->WriteFailed();
     sink.Reset();

@@ -211,6 +211,13 @@ LEditResult LDocumentController::CmPasteList(const LCutListAudio& list, int32_t 
     return PasteList(list, false, undoName);
 }
 
+LEditResult LDocumentController::CmPasteRecording(const LCutListAudio& take) {
+    if (!current_)
+        return LEditResult::kNoDocument;
+    current_->ClampSelection();
+    return PasteList(take, current_->selEnd > current_->selStart, "Record");
+}
+
 LEditResult LDocumentController::PasteList(const LCutListAudio& list, bool overSelection,
                                            const std::string& undoName) {
     if (!current_)

@@ -145,6 +145,10 @@ class LDocumentController {
     // as one undo step named `undoName`; the pasted range becomes the selection. The list
     // is only read: the caller keeps it. Results as for CmPaste.
     LEditResult CmPasteList(const LCutListAudio& list, int32_t at, const std::string& undoName);
+    // A recorded take (in the document's rate and channels) in place of the selection when
+    // the clamped selection is not empty, else at the cursor, as one undo step "Record"; the
+    // recorded range becomes the selection. The take is only read. Results as for CmPaste.
+    LEditResult CmPasteRecording(const LCutListAudio& take);
 
     // kDone when there is a current document whose selection, clamped to its audio, is
     // not empty; otherwise why not. Clamps the current document's selection.

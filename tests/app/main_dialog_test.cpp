@@ -66,6 +66,7 @@ TEST_F(Editor, EveryCommandReachesItsHandlerOrSaysItIsNotAvailable) {
                                       kIdDisplayPlusMinus,
                                       kIdDisplayLeftRight,
                                       kIdCloseAll,
+                                      kIdRecord,
                                       kIdHelpContents,
                                       kIdAbout};
     for (const LCommandRow& row : CommandTable()) {
