@@ -5,7 +5,7 @@
 
 namespace osmera {
 
-// Projects, CD tracks, sending, tags, settings, effects, playback and recording, tools
+// Projects, CD tracks, sending, tags, settings, effects, recording, tools
 // and bookmarks.
 
 void MainDialog::CmLoadCdTracks() {
@@ -150,46 +150,6 @@ void MainDialog::CmPlugins() {
 
 void MainDialog::CmRecord() {
     NotAvailable(kIdRecord);
-}
-
-void MainDialog::CmPlay() {
-    NotAvailable(kIdPlay);
-}
-
-void MainDialog::CmPlayNormal() {
-    NotAvailable(kIdPlayNormal);
-}
-
-void MainDialog::CmPlaySlow() {
-    NotAvailable(kIdPlaySlow);
-}
-
-void MainDialog::CmPlayFast() {
-    NotAvailable(kIdPlayFast);
-}
-
-void MainDialog::CmPlayRepeat() {
-    NotAvailable(kIdPlayRepeat);
-}
-
-void MainDialog::CmStop() {
-    NotAvailable(kIdStop);
-}
-
-void MainDialog::CmGoToStart() {
-    NotAvailable(kIdGoToStart);
-}
-
-void MainDialog::CmRewind() {
-    NotAvailable(kIdRewind);
-}
-
-void MainDialog::CmFastForward() {
-    NotAvailable(kIdFastForward);
-}
-
-void MainDialog::CmGoToEnd() {
-    NotAvailable(kIdGoToEnd);
 }
 
 void MainDialog::CmFft() {

@@ -67,7 +67,17 @@ TEST_F(Editor, EveryCommandReachesItsHandlerOrSaysItIsNotAvailable) {
                                       kIdDisplayLeftRight,
                                       kIdCloseAll,
                                       kIdHelpContents,
-                                      kIdAbout};
+                                      kIdAbout,
+                                      kIdPlay,
+                                      kIdPlayNormal,
+                                      kIdPlaySlow,
+                                      kIdPlayFast,
+                                      kIdPlayRepeat,
+                                      kIdStop,
+                                      kIdGoToStart,
+                                      kIdRewind,
+                                      kIdFastForward,
+                                      kIdGoToEnd};
     for (const LCommandRow& row : CommandTable()) {
         SCOPED_TRACE(row.id);
         LOMFile& doc = Open("a.wav");
