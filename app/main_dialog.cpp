@@ -10,6 +10,7 @@
 
 #include "app/command_menus.h"
 #include "app/document_sub_window.h"
+#include "app/editor_transport.h"
 #include "app/mdi_main_window.h"
 #include "app/record_window.h"
 #include "core/trace.h"
@@ -47,6 +48,7 @@ MainDialog::MainDialog(LMDIMainWindow& frame, LSettingsStore& settings, LUserPro
     frame_.SetCloseHandler([this]() { return QueryCloseAll(); });
     if (QClipboard* system = QGuiApplication::clipboard())
         connect(system, &QClipboard::dataChanged, this, &MainDialog::UpdateCommandStates);
+    AttachTransport();
     LoadRecentFileList();
     controller_.UpdateUndoMenuItem();
     UpdateCommandStates();
@@ -55,6 +57,9 @@ MainDialog::MainDialog(LMDIMainWindow& frame, LSettingsStore& settings, LUserPro
 MainDialog::~MainDialog() {
     // The record window borrows the controller: it goes first.
     delete recordWindow_.data();
+    // Stop playback while the documents still exist, without its reports reaching here.
+    transport_->disconnect(this);
+    transport_.reset();
     // Views first, then the documents they show (the controller's, destroyed after this).
     for (LOpenDocument& open : open_) {
         if (open.window)
@@ -162,11 +167,6 @@ void MainDialog::DocumentChanged(LOMFile& doc) {
     UpdateCommandStates();
 }
 
-void MainDialog::StartPlayback(LOMFile& doc, int32_t) {
-    if (LOpenDocument* open = Find(&doc))
-        open->model->NotifyStateChanged();
-}
-
 MainDialog::LOpenDocument* MainDialog::Find(const LOMFile* doc) {
     for (LOpenDocument& open : open_) {
         if (open.doc == doc)
@@ -223,6 +223,7 @@ void MainDialog::DetachWindow(LOMFile* doc) {
                                  [doc](const LOpenDocument& open) { return open.doc == doc; });
     if (it == open_.end())
         return;
+    transport_->Forget(doc);
     // The file window borrows the model, the model the document: take them down in that
     // order before the controller lets the document go.
     if (it->window)

@@ -31,12 +31,15 @@
 #include "app/user_prompts.h"
 #include "edit/document_controller.h"
 
+class QAction;
 class QMdiSubWindow;
 
 namespace osmera {
 
 class LCommandMenus;
 class LDocumentModel;
+class LEditorTransport;
+class LLevelMeter;
 class LMDIMainWindow;
 class LOMRecordWindow;
 
@@ -98,6 +101,10 @@ class MainDialog : public QObject, public LDocumentListener {
     bool IsTakeRunning() const;
 
     LDocumentController& Controller() { return controller_; }
+    // Playback (editor_transport.h); the pause button and the level meter of the tool bar.
+    LEditorTransport& Transport() { return *transport_; }
+    QAction* PauseAction() const { return pauseAction_; }
+    LLevelMeter& PlayMeter() const { return *playMeter_; }
     LCommandMenus& Menus() { return *menus_; }
     LRecentFileList& RecentFiles() { return recent_; }
     LDocumentModel* ModelOf(const LOMFile* doc) const;
@@ -110,9 +117,9 @@ class MainDialog : public QObject, public LDocumentListener {
     void SaveEnabledChanged(bool enabled) override;
     void DocumentChanged(LOMFile& doc) override;
     void DocumentClosing(LOMFile& doc) override;
-    // After an edit the engine moves the cursor back by the preroll to play from there;
-    // until the player is built this only shows the cursor where it now stands.
+    // After an edit the engine moves the cursor back by the preroll to play from there.
     void StartPlayback(LOMFile& doc, int32_t position) override;
+    void StopPlayback() override;
 
   private:
     struct LOpenDocument {
@@ -165,6 +172,12 @@ class MainDialog : public QObject, public LDocumentListener {
     void NotAvailable(uint16_t id);
     void NotAvailable(const QString& feature);
     void TileWindows(bool stacked);
+    // The transport's tool bar pieces and reports (main_dialog_control.cpp).
+    void AttachTransport();
+    // Plays the current document from the cursor, or its selection; `repeat` loops it.
+    void PlayCurrent(bool repeat);
+    // Moves the cursor of the current document (stopped) and brings it into view.
+    void MoveCursorTo(int64_t frame);
 
     // Command handlers, menu by menu.
     void CmNewFile();
@@ -283,6 +296,9 @@ class MainDialog : public QObject, public LDocumentListener {
     LDocumentController controller_;
     LRecentFileList recent_;
     LCommandMenus* menus_;
+    std::unique_ptr<LEditorTransport> transport_;
+    QAction* pauseAction_ = nullptr;
+    LLevelMeter* playMeter_ = nullptr;
     std::vector<LOpenDocument> open_;
     QPointer<LOMRecordWindow> recordWindow_;
     QTimer helpTimer_;

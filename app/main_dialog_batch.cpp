@@ -8,6 +8,7 @@
 #include <QTimer>
 #include <set>
 
+#include "app/editor_transport.h"
 #include "app/main_dialog.h"
 #include "app/mdi_main_window.h"
 #include "app/record_window.h"
@@ -97,6 +98,7 @@ void MainDialog::DocumentClosing(LOMFile& doc) {
                                  [&doc](const LOpenDocument& open) { return open.doc == &doc; });
     if (it == open_.end())
         return;
+    transport_->Forget(&doc);
     // A script closed the file: its window goes without asking (the script said so), the
     // file window before the model it borrows, the model before the document.
     QPointer<QMdiSubWindow> window = it->window;

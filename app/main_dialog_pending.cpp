@@ -5,7 +5,7 @@
 
 namespace osmera {
 
-// Projects, CD tracks, sending, tags, settings, effects, playback, tools
+// Projects, CD tracks, sending, tags, settings, effects, tools
 // and bookmarks.
 
 void MainDialog::CmLoadCdTracks() {
@@ -146,46 +146,6 @@ void MainDialog::CmPluginEffects() {
 
 void MainDialog::CmPlugins() {
     NotAvailable(kIdPlugins);
-}
-
-void MainDialog::CmPlay() {
-    NotAvailable(kIdPlay);
-}
-
-void MainDialog::CmPlayNormal() {
-    NotAvailable(kIdPlayNormal);
-}
-
-void MainDialog::CmPlaySlow() {
-    NotAvailable(kIdPlaySlow);
-}
-
-void MainDialog::CmPlayFast() {
-    NotAvailable(kIdPlayFast);
-}
-
-void MainDialog::CmPlayRepeat() {
-    NotAvailable(kIdPlayRepeat);
-}
-
-void MainDialog::CmStop() {
-    NotAvailable(kIdStop);
-}
-
-void MainDialog::CmGoToStart() {
-    NotAvailable(kIdGoToStart);
-}
-
-void MainDialog::CmRewind() {
-    NotAvailable(kIdRewind);
-}
-
-void MainDialog::CmFastForward() {
-    NotAvailable(kIdFastForward);
-}
-
-void MainDialog::CmGoToEnd() {
-    NotAvailable(kIdGoToEnd);
 }
 
 void MainDialog::CmFft() {

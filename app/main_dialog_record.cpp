@@ -27,6 +27,8 @@ bool MainDialog::IsTakeRunning() const {
 }
 
 void MainDialog::CmRecord() {
+    // The take goes in where the cursor stands; what was playing stops, as on a tape deck.
+    StopPlayback();
     RecordWindow().Present();
 }
 

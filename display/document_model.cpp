@@ -148,6 +148,40 @@ void LDocumentModel::Flush() {
         emit cursorChanged();
     if (what & kDisplay)
         emit displayChanged();
+    if (what & kPlay)
+        emit playPositionChanged();
+}
+
+void LDocumentModel::SetPlayPosition(int32_t frame) {
+    frame = frame < 0 ? -1 : std::min(frame, doc_.audio.GetLength());
+    if (frame == playPosition_)
+        return;
+    playPosition_ = frame;
+    Post(kPlay);
+    if (frame < 0)
+        return;
+    // Page following: the next page when the line runs off the right edge, else a page
+    // that starts with the line (a jump, a repeat starting over).
+    const int64_t span = int64_t{doc_.viewEnd} - doc_.viewStart;
+    if (span <= 0 || (frame >= doc_.viewStart && frame < doc_.viewEnd))
+        return;
+    const bool nextPage = frame >= doc_.viewEnd && frame < doc_.viewEnd + span;
+    ScrollTo(nextPage ? doc_.viewEnd : frame);
+}
+
+void LDocumentModel::ScrubStart(int32_t frame) {
+    SetPlayPosition(frame);
+    emit scrubStarted(playPosition_);
+}
+
+void LDocumentModel::ScrubMove(int32_t frame) {
+    SetPlayPosition(frame);
+    emit scrubMoved(playPosition_);
+}
+
+void LDocumentModel::ScrubEnd(int32_t frame) {
+    SetPlayPosition(frame);
+    emit scrubEnded(playPosition_);
 }
 
 }  // namespace osmera

@@ -8,9 +8,17 @@
 // Signals of one event-loop turn are merged, so a burst of changes repaints once: every
 // change only marks its signal pending, and the pending signals are emitted together when
 // control returns to the event loop (audioChanged first, with the union of the changed
-// ranges, then viewChanged, selectionChanged, cursorChanged, displayChanged), or at once by
+// ranges, then viewChanged, selectionChanged, cursorChanged, displayChanged,
+// playPositionChanged), or at once by
 // Flush. A view that maps pixels to frames right after changing the view (mouse and wheel
 // handlers) calls Flush, so that its own mapping is current before it returns.
+//
+// While the document plays, the transport hands the model the frame being heard (the play
+// position, drawn as a line by the views); the model follows it page by page: when it
+// leaves the visible range the view moves so that the next page starts with it. While
+// playback is paused the transport lets the views scrub: a drag in the waveform then
+// asks for the sound at the pointer (scrubStarted / scrubMoved / scrubEnded) instead of
+// selecting.
 //
 // Ownership: the model borrows the document (the controller owns it) and must be destroyed
 // before it. Threads: GUI thread only.
@@ -58,6 +66,19 @@ class LDocumentModel : public QObject {
     void VerticalZoom();  // steps the vertical magnification 1, 2, 4, 8, 16, then back to 1
     int VerticalScale() const { return verticalScale_; }
 
+    // The frame being heard, or -1 when the document does not play. Moves the view a page
+    // on when the frame leaves it.
+    void SetPlayPosition(int32_t frame);
+    int32_t PlayPosition() const { return playPosition_; }
+    // Set by the transport while playback of this document is paused: drags scrub.
+    void SetScrubEnabled(bool enabled) { scrubEnabled_ = enabled; }
+    bool ScrubEnabled() const { return scrubEnabled_; }
+    // A view's scrub gesture: each emits its signal at once (the sound must follow the
+    // pointer) and shows the play line at `frame`.
+    void ScrubStart(int32_t frame);
+    void ScrubMove(int32_t frame);
+    void ScrubEnd(int32_t frame);
+
     void SetDisplayMode(LWaveDisplayMode mode);
     LWaveDisplayMode DisplayMode() const { return displayMode_; }
 
@@ -80,6 +101,12 @@ class LDocumentModel : public QObject {
     void viewChanged();
     // The vertical magnification or the display mode changed.
     void displayChanged();
+    // The play position changed (merged per turn like the others).
+    void playPositionChanged();
+    // A drag while paused: the transport cues and seeks to `frame`, then pauses again.
+    void scrubStarted(int32_t frame);
+    void scrubMoved(int32_t frame);
+    void scrubEnded(int32_t frame);
 
   private:
     enum Pending : uint8_t {
@@ -88,6 +115,7 @@ class LDocumentModel : public QObject {
         kSelection = 4,
         kCursor = 8,
         kDisplay = 16,
+        kPlay = 32,
     };
     // Marks signals pending and makes sure a flush is queued for the end of this turn.
     void Post(uint8_t what);
@@ -104,6 +132,8 @@ class LDocumentModel : public QObject {
     int verticalScale_ = 1;
     int viewColumns_ = 1000;
     LWaveDisplayMode displayMode_ = LWaveDisplayMode::kPlusMinus;
+    int32_t playPosition_ = -1;
+    bool scrubEnabled_ = false;
 };
 
 }  // namespace osmera

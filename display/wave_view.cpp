@@ -24,6 +24,7 @@ LWaveView::LWaveView(LDocumentModel& model, QWidget* parent)
     connect(&model_, &LDocumentModel::viewChanged, this, [this] { SyncGrid(); });
     connect(&model_, &LDocumentModel::selectionChanged, this, [this] { update(); });
     connect(&model_, &LDocumentModel::cursorChanged, this, [this] { update(); });
+    connect(&model_, &LDocumentModel::playPositionChanged, this, &LWaveView::OnPlayPositionChanged);
     connect(&model_, &LDocumentModel::displayChanged, this, [this] {
         RenderAll();
         update();
@@ -296,6 +297,30 @@ void LWaveView::paintEvent(QPaintEvent* event) {
         p.setPen(palette().color(QPalette::Text));
         p.drawLine(static_cast<int>(cx), 0, static_cast<int>(cx), height() - 1);
     }
+    const int px = PlayLineX();
+    if (px >= 0) {
+        p.setPen(palette().color(QPalette::Highlight));
+        p.drawLine(px, 0, px, height() - 1);
+    }
+}
+
+int LWaveView::PlayLineX() const {
+    const int32_t frame = model_.PlayPosition();
+    if (!valid_ || frame < 0)
+        return -1;
+    const int64_t x = XOfFrame(frame);
+    return x >= 0 && x < width() ? static_cast<int>(x) : -1;
+}
+
+void LWaveView::OnPlayPositionChanged() {
+    const int x = PlayLineX();
+    if (x == playX_)
+        return;
+    if (playX_ >= 0)
+        update(QRect(playX_, 0, 1, height()));
+    if (x >= 0)
+        update(QRect(x, 0, 1, height()));
+    playX_ = x;
 }
 
 void LWaveView::resizeEvent(QResizeEvent* event) {
@@ -319,6 +344,11 @@ void LWaveView::mousePressEvent(QMouseEvent* event) {
     const int x = static_cast<int>(event->position().x());
     const int32_t f = FrameAt(x);
     const LOMFile& doc = model_.Document();
+    if (model_.ScrubEnabled() && !(event->modifiers() & Qt::ShiftModifier)) {
+        scrubbing_ = true;
+        model_.ScrubStart(f);
+        return;
+    }
     if (event->modifiers() & Qt::ShiftModifier) {
         // Extend from the end of the selection that stays (the cursor without one).
         if (doc.selEnd > doc.selStart)
@@ -348,11 +378,20 @@ void LWaveView::DragTo(int x) {
 }
 
 void LWaveView::mouseMoveEvent(QMouseEvent* event) {
+    if (scrubbing_) {
+        model_.ScrubMove(FrameAt(std::clamp(static_cast<int>(event->position().x()), 0, width())));
+        return;
+    }
     if (dragging_)
         DragTo(static_cast<int>(event->position().x()));
 }
 
 void LWaveView::mouseReleaseEvent(QMouseEvent* event) {
+    if (scrubbing_ && event->button() == Qt::LeftButton) {
+        scrubbing_ = false;
+        model_.ScrubEnd(FrameAt(std::clamp(static_cast<int>(event->position().x()), 0, width())));
+        return;
+    }
     if (dragging_ && event->button() == Qt::LeftButton) {
         DragTo(static_cast<int>(event->position().x()));
         dragging_ = false;

@@ -11,7 +11,12 @@
 //
 // Mouse: click places the cursor, drag selects (scrolling when dragged past an edge),
 // shift+click extends the selection, double-click selects all, the wheel scrolls and
-// ctrl+wheel zooms around the pointer.
+// ctrl+wheel zooms around the pointer. While the model allows scrubbing (playback paused)
+// a plain drag scrubs instead: the play line follows the pointer and the model asks the
+// transport for the sound there.
+//
+// The play position is drawn as a second line in the highlight colour; moving it repaints
+// only the strips of the old and the new line.
 //
 // Ownership: borrows the model (which must outlive it); owns its worker. GUI thread only.
 
@@ -74,6 +79,9 @@ class LWaveView : public QWidget {
     LWaveLayout Layout() const;
     void DragTo(int x);
     void AutoScroll();
+    void OnPlayPositionChanged();
+    // The column of the play line, or -1 when none is in view.
+    int PlayLineX() const;
 
     LDocumentModel& model_;
     LPeakWorker worker_;
@@ -96,6 +104,8 @@ class LWaveView : public QWidget {
     LWaveLayout drawnLayout_;
 
     bool dragging_ = false;
+    bool scrubbing_ = false;
+    int playX_ = -1;  // where the play line was last drawn
     int32_t anchor_ = 0;
     int lastX_ = 0;
     QTimer autoScroll_;

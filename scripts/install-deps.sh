@@ -7,6 +7,7 @@ packages=(
   build-essential cmake ninja-build pkg-config
   libgtest-dev libgmock-dev libbenchmark-dev
   qt6-base-dev libsndfile1-dev portaudio19-dev
+  pulseaudio libasound2-plugins
   qt6-qpa-plugins
   fonts-dejavu-core
   sox time

@@ -9,8 +9,10 @@
 #include <deque>
 #include <memory>
 
+#include "app/editor_transport.h"
 #include "app/main_dialog.h"
 #include "app/mdi_main_window.h"
+#include "devices/sound_devices.h"
 #include "edit/audio_cut_tank.h"
 #include "tests/formats/wave_bytes.h"
 #include "tests/support/test_support.h"
@@ -102,6 +104,8 @@ class EditorTest : public ::testing::Test {
         LAudioCutTank::Instance().SetFolder(dir.File(""));
         frame = std::make_unique<LMDIMainWindow>();
         main = std::make_unique<MainDialog>(*frame, settings, prompts, clipboard);
+        // No sound hardware in tests: playback (also after edits) goes to the null device.
+        main->Transport().SetDeviceOpener(VirtualOutOpener(0));
         frame->resize(900, 600);
     }
     void TearDown() override {

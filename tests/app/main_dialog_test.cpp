@@ -68,7 +68,17 @@ TEST_F(Editor, EveryCommandReachesItsHandlerOrSaysItIsNotAvailable) {
                                       kIdCloseAll,
                                       kIdRecord,
                                       kIdHelpContents,
-                                      kIdAbout};
+                                      kIdAbout,
+                                      kIdPlay,
+                                      kIdPlayNormal,
+                                      kIdPlaySlow,
+                                      kIdPlayFast,
+                                      kIdPlayRepeat,
+                                      kIdStop,
+                                      kIdGoToStart,
+                                      kIdRewind,
+                                      kIdFastForward,
+                                      kIdGoToEnd};
     for (const LCommandRow& row : CommandTable()) {
         SCOPED_TRACE(row.id);
         LOMFile& doc = Open("a.wav");

@@ -204,5 +204,46 @@ TEST_F(FileWindowTest, ABurstOfChangesSignalsOnceAndRedrawsOnlyWhatChanged) {
     EXPECT_EQ(audio[1][1].toInt(), -1);
 }
 
+// The play line follows the document page by page, scrubbing replaces selecting while
+// paused, and the line is gone when playing ends.
+TEST_F(FileWindowTest, PlayLineFollowsByPagesAndDragScrubsWhilePaused) {
+    model_->SetView(0, kRate);  // one second of four
+    model_->Flush();
+    model_->SetPlayPosition(kRate / 2);
+    model_->Flush();
+    EXPECT_EQ(doc_->viewStart, 0);  // in view: the view stays
+    model_->SetPlayPosition(kRate + 10);
+    model_->Flush();
+    EXPECT_EQ(doc_->viewStart, kRate);  // ran off the right edge: the next page
+    EXPECT_EQ(doc_->viewEnd, 2 * kRate);
+    model_->SetPlayPosition(100);  // a repeat starting over: the page that starts with it
+    model_->Flush();
+    EXPECT_EQ(doc_->viewStart, 100);
+
+    QSignalSpy started(model_.get(), &LDocumentModel::scrubStarted);
+    QSignalSpy moved(model_.get(), &LDocumentModel::scrubMoved);
+    QSignalSpy ended(model_.get(), &LDocumentModel::scrubEnded);
+    const int y = View().height() / 2;
+    model_->SetScrubEnabled(true);
+    QTest::mousePress(&View(), Qt::LeftButton, {}, QPoint(100, y));
+    QTest::mouseMove(&View(), QPoint(300, y));
+    QTest::mouseRelease(&View(), Qt::LeftButton, {}, QPoint(300, y));
+    ASSERT_EQ(started.size(), 1);
+    ASSERT_GE(moved.size(), 1);
+    ASSERT_EQ(ended.size(), 1);
+    EXPECT_EQ(started.front().front().toInt(), View().FrameAt(100));
+    EXPECT_EQ(ended.front().front().toInt(), View().FrameAt(300));
+    EXPECT_EQ(model_->PlayPosition(), View().FrameAt(300));
+    EXPECT_EQ(doc_->selStart, doc_->selEnd);  // nothing selected by the drag
+
+    model_->SetScrubEnabled(false);
+    model_->SetPlayPosition(-1);
+    QTest::mousePress(&View(), Qt::LeftButton, {}, QPoint(100, y));
+    QTest::mouseMove(&View(), QPoint(300, y));
+    QTest::mouseRelease(&View(), Qt::LeftButton, {}, QPoint(300, y));
+    EXPECT_EQ(started.size(), 1);
+    EXPECT_LT(doc_->selStart, doc_->selEnd);  // selecting again
+}
+
 }  // namespace
 }  // namespace osmera
