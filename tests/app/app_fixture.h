@@ -14,6 +14,7 @@
 #include "app/mdi_main_window.h"
 #include "devices/sound_devices.h"
 #include "edit/audio_cut_tank.h"
+#include "tests/edit/memory_clipboard.h"
 #include "tests/formats/wave_bytes.h"
 #include "tests/support/test_support.h"
 
@@ -82,19 +83,6 @@ class ScriptedPrompts : public LUserPrompts {
         answers.pop_front();
         return a;
     }
-};
-
-class MemoryClipboard : public LClipboardExchange {
-  public:
-    bool GetWaveData(std::vector<uint8_t>& out) override {
-        out = bytes;
-        return !bytes.empty();
-    }
-    bool SetWaveData(const std::vector<uint8_t>& in) override {
-        bytes = in;
-        return true;
-    }
-    std::vector<uint8_t> bytes;
 };
 
 class EditorTest : public ::testing::Test {

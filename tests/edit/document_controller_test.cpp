@@ -12,6 +12,7 @@
 
 #include "edit/document_io.h"
 #include "tests/edit/edit_test_support.h"
+#include "tests/edit/memory_clipboard.h"
 
 namespace osmera {
 namespace {
@@ -31,18 +32,6 @@ struct Listener : LDocumentListener {
     std::vector<int32_t> starts;
     LUndoMenuItem menu;
     bool saveEnabled = false;
-};
-
-struct FakeClipboard : LClipboardExchange {
-    bool GetWaveData(std::vector<uint8_t>& out) override {
-        out = bytes;
-        return !bytes.empty();
-    }
-    bool SetWaveData(const std::vector<uint8_t>& in) override {
-        bytes = in;
-        return true;
-    }
-    std::vector<uint8_t> bytes;
 };
 
 // A controller whose settings put "clipboard.wav" in the test's folder.
@@ -199,7 +188,7 @@ TEST_F(DocumentTest, PasteListInsertsAGivenListWhereAsked) {
 
 TEST_F(DocumentTest, SystemClipboardRoundTripThroughClipboardWav) {
     Fixture f(dir_.Path().string());
-    FakeClipboard clipboard;
+    testing::MemoryClipboard clipboard;
     LOMFile& doc = f.controller.NewDocument(22050, 2);
     doc.audio = Written(Ramp(300, 2), 2, 22050);
     doc.SetSelection(100, 200);
@@ -220,7 +209,7 @@ TEST_F(DocumentTest, SystemClipboardRoundTripThroughClipboardWav) {
     EXPECT_EQ(pasted, expected);
     EXPECT_EQ(f.controller.GetUndoMenuItem().text, "Undo Paste\tCtrl+Z");
 
-    FakeClipboard empty;
+    testing::MemoryClipboard empty;
     EXPECT_EQ(f.controller.CmPasteFromSystemClipboard(empty, nullptr),
               LEditResult::kClipboardEmpty);
     std::filesystem::remove(dir_.File("clipboard.wav"));
