@@ -51,7 +51,8 @@ test-tsan: deps
 	  -DOSMERA_SANITIZE=thread -DOSMERA_WITH_QT=OFF -DOSMERA_BUILD_BENCH=OFF
 	cmake --build build-tsan -j $(JOBS) --target $(TSAN_TESTS)
 	set -e; for t in $(TSAN_TESTS); do \
-	  if [ -x build-tsan/tests/$$t ]; then build-tsan/tests/$$t --gtest_brief=1; fi; done
+	  if [ -x build-tsan/tests/$$t ]; then \
+	    TSAN_OPTIONS="suppressions=$(CURDIR)/tests/tsan.supp" build-tsan/tests/$$t --gtest_brief=1; fi; done
 
 # The readers of outside input (audio files, scripts, settings files) under libFuzzer with
 # AddressSanitizer and UBSan, FUZZ_SECONDS each from their seed corpus (fuzz/run.sh).
