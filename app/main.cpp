@@ -146,7 +146,7 @@ int main(int argc, char** argv) {
         const bool opened = controller.EvRunArguments(arguments);
         if (showDemo && tankReady)
             controller.OpenDemoFile();
-        if (!(arguments.runEdit && opened)) {
+        if (!(arguments.runEdit && opened) && LOMSplashWindow::IsWanted(settings)) {
             auto* splash = new LOMSplashWindow;
             splash->show();
         }

@@ -11,6 +11,7 @@
 #include "app/command_menus.h"
 #include "app/document_sub_window.h"
 #include "app/editor_transport.h"
+#include "app/key_macro_runner.h"
 #include "app/mdi_main_window.h"
 #include "app/record_window.h"
 #include "core/trace.h"
@@ -49,12 +50,15 @@ MainDialog::MainDialog(LMDIMainWindow& frame, LSettingsStore& settings, LUserPro
     if (QClipboard* system = QGuiApplication::clipboard())
         connect(system, &QClipboard::dataChanged, this, &MainDialog::UpdateCommandStates);
     AttachTransport();
+    keyMacros_ =
+        std::make_unique<LKeyMacroRunner>(frame_, settings_, [this](uint16_t id) { Dispatch(id); });
     LoadRecentFileList();
     controller_.UpdateUndoMenuItem();
     UpdateCommandStates();
 }
 
 MainDialog::~MainDialog() {
+    keyMacros_.reset();  // no macro runs while the rest goes
     // The record window borrows the controller: it goes first.
     delete recordWindow_.data();
     // Stop playback while the documents still exist, without its reports reaching here.

@@ -39,6 +39,7 @@ namespace osmera {
 class LCommandMenus;
 class LDocumentModel;
 class LEditorTransport;
+class LKeyMacroRunner;
 class LLevelMeter;
 class LMDIMainWindow;
 class LOMRecordWindow;
@@ -106,6 +107,9 @@ class MainDialog : public QObject, public LDocumentListener {
     QAction* PauseAction() const { return pauseAction_; }
     LLevelMeter& PlayMeter() const { return *playMeter_; }
     LCommandMenus& Menus() { return *menus_; }
+    // The key macros of "keys.dat", run from key presses in the frame
+    // (main_dialog_settings.cpp).
+    LKeyMacroRunner& KeyMacros() { return *keyMacros_; }
     LRecentFileList& RecentFiles() { return recent_; }
     LDocumentModel* ModelOf(const LOMFile* doc) const;
     QMdiSubWindow* WindowOf(const LOMFile* doc) const;
@@ -301,6 +305,7 @@ class MainDialog : public QObject, public LDocumentListener {
     LLevelMeter* playMeter_ = nullptr;
     std::vector<LOpenDocument> open_;
     QPointer<LOMRecordWindow> recordWindow_;
+    std::unique_ptr<LKeyMacroRunner> keyMacros_;
     QTimer helpTimer_;
     bool undoAvailable_ = false;
     int busy_ = 0;  // > 0 while a file job runs; requests from outside wait for it

@@ -265,14 +265,14 @@ void MainDialog::AddToRecentFileList(const std::string& path) {
 
 void MainDialog::LoadRecentFileList() {
     QStringList texts;
-    const std::vector<LRecentFile> items = recent_.Items();
+    const std::vector<LRecentFile> items = recent_.ShownItems();
     for (size_t k = 0; k < items.size(); ++k)
         texts << LRecentFileList::MenuItemText(static_cast<int>(k), items[k].path);
     menus_->SetRecentFiles(texts);
 }
 
 std::string MainDialog::ExtractRecentFilePath(int index) const {
-    const std::vector<LRecentFile> items = recent_.Items();
+    const std::vector<LRecentFile> items = recent_.ShownItems();
     return index >= 0 && index < static_cast<int>(items.size()) ? items[index].path : std::string();
 }
 

@@ -36,10 +36,6 @@ void MainDialog::CmEditTags() {
     NotAvailable(kIdEditTags);
 }
 
-void MainDialog::CmSettings() {
-    NotAvailable(kIdSettings);
-}
-
 void MainDialog::CmPasteMix() {
     NotAvailable(kIdPasteMix);
 }

@@ -56,6 +56,18 @@ std::vector<LRecentFile> LRecentFileList::Items() const {
     return items;
 }
 
+int LRecentFileList::ShownCount(LSettingsStore& settings) {
+    return std::clamp(settings.GetInt("Settings", "RecentFileCount", kSlots), 0, kSlots);
+}
+
+std::vector<LRecentFile> LRecentFileList::ShownItems() const {
+    std::vector<LRecentFile> items = Items();
+    const auto shown = static_cast<size_t>(ShownCount(settings_));
+    if (items.size() > shown)
+        items.resize(shown);
+    return items;
+}
+
 QString LRecentFileList::ShortName(const std::string& path) {
     const QString full = QString::fromStdString(path);
     if (full.size() < 25)

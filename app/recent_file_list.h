@@ -5,7 +5,8 @@
 //
 // A path added that is already listed only gets the new date; otherwise it goes into the
 // first free slot, and with none free it replaces the slot with the oldest date (the first
-// such slot on ties). The menu shows the listed paths newest first.
+// such slot on ties). The menu shows the listed paths newest first, as many as the user's
+// "Settings"/"RecentFileCount" allows (0 to 11, default 11).
 //
 // Ownership: borrows the settings store. Threads: GUI thread.
 
@@ -34,6 +35,9 @@ class LRecentFileList {
     void Add(const std::string& path, int32_t now);
     // The listed files, newest first (slot order on equal dates).
     std::vector<LRecentFile> Items() const;
+    // The first ShownCount of Items: what the File menu shows.
+    std::vector<LRecentFile> ShownItems() const;
+    static int ShownCount(LSettingsStore& settings);
 
     // The text of the menu item at place `index` (from 0): "&<index + 1>.<path>", a path of
     // 25 characters or more shortened to its first three characters, ".../" and its file

@@ -160,6 +160,11 @@ void LOMRecordWindow::Present() {
     activateWindow();
 }
 
+void LOMRecordWindow::ReloadSettings() {
+    if (!IsTakeRunning())
+        LoadSettings();
+}
+
 bool LOMRecordWindow::IsTakeRunning() const {
     return recorder_.GetState() != LSoundRecorder::kStateIdle;
 }

@@ -55,6 +55,8 @@ class LOMRecordWindow : public QDialog, public LSoundRecorderNotify {
     // Shows the window for the current document (its name and format) and raises it.
     void Present();
     bool IsTakeRunning() const;
+    // Reads the settings again (the settings dialog changed them); not during a take.
+    void ReloadSettings();
     bool IsRecordingInto(const LOMFile* doc) const { return IsTakeRunning() && target_ == doc; }
     // `doc` is going away: a running take goes to a new document.
     void ForgetDocument(const LOMFile* doc);

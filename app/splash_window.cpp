@@ -19,6 +19,10 @@ LOMSplashWindow::LOMSplashWindow(QWidget* parent)
     QTimer::singleShot(kShowMs, this, &QWidget::close);
 }
 
+bool LOMSplashWindow::IsWanted(LSettingsStore& settings) {
+    return settings.GetInt("Settings", "ShowSplash", 1) != 0;
+}
+
 void LOMSplashWindow::paintEvent(QPaintEvent*) {
     QPainter p(this);
     p.fillRect(rect(), QColor(236, 239, 244));

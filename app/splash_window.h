@@ -1,11 +1,13 @@
 #pragma once
 // LOMSplashWindow: the start-up window centred on the screen, showing the product's name,
 // version and picture. It closes itself after 7000 ms, or at once when clicked, and
-// deletes itself when closed.
+// deletes itself when closed. The user can turn it off ("Settings"/"ShowSplash").
 //
 // Threads: GUI thread only.
 
 #include <QWidget>
+
+#include "core/settings_store.h"
 
 namespace osmera {
 
@@ -15,6 +17,9 @@ class LOMSplashWindow : public QWidget {
     static constexpr int kShowMs = 7000;
 
     explicit LOMSplashWindow(QWidget* parent = nullptr);
+
+    // True unless the user turned the splash window off.
+    static bool IsWanted(LSettingsStore& settings);
 
   protected:
     void paintEvent(QPaintEvent* event) override;
