@@ -94,7 +94,7 @@ QString CommandMenuName(uint32_t id) {
     const LCommandRow* row = id <= 0xffff ? FindCommand(static_cast<uint16_t>(id)) : nullptr;
     if (!row)
         return QString::number(id);
-    QString text = QString::fromUtf8(row->text);
+    QString text = QString::fromUtf8(row->text).trimmed();
     text.remove(QLatin1Char('&'));
     if (row->submenu[0] != '\0')
         text = QString::fromUtf8(row->submenu) + QStringLiteral(" > ") + text;

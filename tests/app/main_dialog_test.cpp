@@ -67,6 +67,7 @@ TEST_F(Editor, EveryCommandReachesItsHandlerOrSaysItIsNotAvailable) {
                                       kIdDisplayLeftRight,
                                       kIdCloseAll,
                                       kIdRecord,
+                                      kIdSettings,
                                       kIdHelpContents,
                                       kIdAbout,
                                       kIdPlay,
