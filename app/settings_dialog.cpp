@@ -86,7 +86,9 @@ QWidget* LOMSettingsDialog::BuildFoldersPage() {
     note->setWordWrap(true);
     auto* page = new QWidget;
     auto* layout = new QVBoxLayout(page);
-    layout->addWidget(new QLabel(QStringLiteral("&Working folder:")));
+    auto* label = new QLabel(QStringLiteral("&Working folder:"));
+    label->setBuddy(folder_);
+    layout->addWidget(label);
     layout->addLayout(row);
     layout->addWidget(note);
     layout->addStretch(1);

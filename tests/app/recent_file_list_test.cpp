@@ -32,6 +32,11 @@ TEST(RecentFileList, OrderAndReplacementOfTheOldest) {
     EXPECT_EQ(paths[1], "/f1");
     EXPECT_EQ(paths[2], "/f11");
     EXPECT_EQ(paths.back(), "/f3");
+    // The menu shows as many as the user asked for, newest first; the list keeps all.
+    settings.SetInt("Settings", "RecentFileCount", 2);
+    ASSERT_EQ(list.ShownItems().size(), 2u);
+    EXPECT_EQ(list.ShownItems()[1].path, "/f1");
+    EXPECT_EQ(list.Items().size(), 11u);
 }
 
 // A path of 24 characters shows whole; from 25 on, three characters, ".../" and the name.
