@@ -104,10 +104,6 @@ void MainDialog::CmCrossFade() {
     NotAvailable(kIdCrossFade);
 }
 
-void MainDialog::CmEnvelope() {
-    NotAvailable(kIdEnvelope);
-}
-
 void MainDialog::CmStereoPan() {
     NotAvailable(kIdStereoPan);
 }
