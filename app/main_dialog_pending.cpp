@@ -100,10 +100,6 @@ void MainDialog::CmCrossFade() {
     NotAvailable(kIdCrossFade);
 }
 
-void MainDialog::CmEnvelope() {
-    NotAvailable(kIdEnvelope);
-}
-
 void MainDialog::CmStereoPan() {
     NotAvailable(kIdStereoPan);
 }

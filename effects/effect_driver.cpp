@@ -117,6 +117,30 @@ LEffectResult LEffectDriver::Run(LEffectId id, LEffectDialog* dialog) {
         WriteEffectParams(info, values, settings_);
     }
 
+    // The envelope's parameters are its points, kept in "envelope.dat": a point editor
+    // starts from them and, on OK, keeps the user's for the next time.
+    if (id == LEffectId::kEnvelope && dialog && envelope_.empty()) {
+        const std::string path = EnvelopeFilePath();
+        LPointList points;
+        if (!LoadPointList(path, points))
+            points = FlatPoints();
+        switch (dialog->AskPoints(info, *doc, points)) {
+            case LPointsAnswer::kCancel:
+                result.status = LEffectStatus::kDialogCancelled;
+                return result;
+            case LPointsAnswer::kOk:
+                envelope_ = points;
+                // The effect still runs with the user's points; only the next run's
+                // starting points are lost, and the user is told so.
+                if (!SavePointList(path, points))
+                    dialog->ShowMessage("File Error",
+                                        "The envelope points could not be saved to " + path + ".");
+                break;
+            case LPointsAnswer::kNoEditor:
+                break;
+        }
+    }
+
     controller_.StartModifyCurrentFile(info.undoTitle);
     int32_t position = doc->selStart;
     result.code = Process(info, *doc, values, position, result);

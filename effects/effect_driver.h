@@ -23,6 +23,13 @@
 
 namespace osmera {
 
+// How a point editor ended.
+enum class LPointsAnswer {
+    kNoEditor,  // the dialog has no point editor: the points stay as read
+    kOk,        // the user's points are in the list; they are kept in the effect's file
+    kCancel,    // the user cancelled: nothing is done
+};
+
 // An effect's parameter dialog.
 class LEffectDialog {
   public:
@@ -32,6 +39,16 @@ class LEffectDialog {
     virtual bool Ask(const LEffectInfo& info, std::vector<int32_t>& values) = 0;
     // A message box (`title`, `text`); for "Invalid value" the dialog then stays open.
     virtual void ShowMessage(const std::string& title, const std::string& text) = 0;
+    // For an effect whose parameters are points (the envelope): shows `points` (as read
+    // from the effect's file, or the flat envelope) over the range of `doc` that the
+    // effect will change (its selection) and leaves the user's points there.
+    virtual LPointsAnswer AskPoints(const LEffectInfo& info, const LOMFile& doc,
+                                    LPointList& points) {
+        (void)info;
+        (void)doc;
+        (void)points;
+        return LPointsAnswer::kNoEditor;
+    }
 };
 
 // A dialog that answers with given values (the command line, tests): each given value
@@ -83,7 +100,10 @@ class LEffectDriver {
     // used (and validated: an invalid one is refused with the table's message).
     LEffectResult Run(LEffectId id, LEffectDialog* dialog = nullptr);
 
-    // Points the envelope uses instead of reading "envelope.dat" (the command line).
+    // Points the envelope uses instead of reading "envelope.dat" (the command line). A
+    // dialog with a point editor starts from the file's points (the flat envelope when
+    // there are none) and, on OK, writes its points back to the file before the effect
+    // runs with them.
     void SetEnvelopePoints(const LPointList& points) { envelope_ = points; }
     // Frames of silence the insert-silence commands use instead of "SilenceTimes" (which
     // is in milliseconds); negative: use "SilenceTimes".

@@ -37,6 +37,10 @@ LPointList FadeOutPoints() {
     return {{0, 128}, {255, 0}};
 }
 
+LPointList FlatPoints() {
+    return {{0, 128}, {255, 128}};
+}
+
 bool LoadPointList(const std::string& path, LPointList& points) {
     LFile file;
     if (!file.Open(path, LFile::Mode::kRead)) {

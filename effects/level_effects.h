@@ -29,6 +29,7 @@ using LPointList = std::vector<LEnvelopePoint>;
 
 LPointList FadeInPoints();   // (0, 0), (255, 128)
 LPointList FadeOutPoints();  // (0, 128), (255, 0)
+LPointList FlatPoints();     // (0, 128), (255, 128): unity over the whole range
 
 // A point-list file: one byte n, then n pairs of bytes x, y. False (and `points` left
 // alone) when the file cannot be read, holds fewer than 2 points or is cut short.
