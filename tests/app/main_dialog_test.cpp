@@ -78,7 +78,19 @@ TEST_F(Editor, EveryCommandReachesItsHandlerOrSaysItIsNotAvailable) {
                                       kIdGoToStart,
                                       kIdRewind,
                                       kIdFastForward,
-                                      kIdGoToEnd};
+                                      kIdGoToEnd,
+                                      kIdAmplify,
+                                      kIdNormalize,
+                                      kIdReverse,
+                                      kIdFadeIn,
+                                      kIdFadeOut,
+                                      kIdFadeOutAndTrim,
+                                      kIdStereoPan,  // refused on the mono file
+                                      kIdDcOffset,
+                                      kIdRepeatLoop,
+                                      kIdAutoTrim,
+                                      kIdAutoClickPop,
+                                      kIdManualClickPop};
     for (const LCommandRow& row : CommandTable()) {
         SCOPED_TRACE(row.id);
         LOMFile& doc = Open("a.wav");
