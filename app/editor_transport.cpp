@@ -41,6 +41,31 @@ bool LEditorTransport::Play(LDocumentModel& model, int32_t from, int32_t to, boo
     return true;
 }
 
+bool LEditorTransport::PlaySource(const LSourceRef& source) {
+    player_->Stop();
+    ConnectModel(nullptr);
+    model_ = nullptr;
+    repeat_ = false;
+    if (!source || !source->IsOk()) {
+        emit stateChanged();
+        return false;
+    }
+    from_ = 0;
+    to_ = static_cast<int32_t>(std::clamp<int64_t>(source->GetLengthSample(), 0, INT32_MAX));
+    playingSpeed_ = LTapeSpeed::kNormal;
+    rate_ = std::max<int32_t>(source->GetSampleRate(), 1);
+    chainLength_ = source->GetLengthSample();
+    reported_ = 0;
+    shown_ = -1;
+    sinceReport_.start();
+    restarting_ = true;
+    const bool ok = StartPlayer(source, 0);
+    restarting_ = false;
+    if (!ok)
+        emit stateChanged();
+    return ok;
+}
+
 void LEditorTransport::Stop() {
     if (!player_->IsOpen())
         return;

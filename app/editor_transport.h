@@ -61,6 +61,10 @@ class LEditorTransport : public QObject, public LSoundPlayerNotify {
     // Plays `model`'s document from `from` to `to` (to < 0: its end); with `repeat` the
     // range loops until stopped. False when there is nothing to play or no device opened.
     bool Play(LDocumentModel& model, int32_t from, int32_t to, bool repeat);
+    // Plays `source`, which belongs to no document (an effect dialog's preview), once from
+    // its start: other playback stops first, since the program has one player. False when
+    // the source is unusable or no device opened. stateChanged reports its end.
+    bool PlaySource(const LSourceRef& source);
     void Stop();
     // Pause when playing, resume when paused (also after scrubbing).
     void TogglePause();

@@ -20,6 +20,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QTimer>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -30,6 +31,7 @@
 #include "app/run_arguments.h"
 #include "app/user_prompts.h"
 #include "edit/document_controller.h"
+#include "effects/effect_table.h"
 
 class QAction;
 class QMdiSubWindow;
@@ -37,6 +39,7 @@ class QMdiSubWindow;
 namespace osmera {
 
 class LCommandMenus;
+class LOMEffectDialog;
 class LDocumentModel;
 class LEditorTransport;
 class LKeyMacroRunner;
@@ -102,6 +105,10 @@ class MainDialog : public QObject, public LDocumentListener {
     bool IsTakeRunning() const;
 
     LDocumentController& Controller() { return controller_; }
+    // Tests: runs each effect dialog instead of its exec(); returns the dialog's result.
+    void SetEffectDialogRunner(std::function<int(LOMEffectDialog&)> run) {
+        effectDialogRunner_ = std::move(run);
+    }
     // Playback (editor_transport.h); the pause button and the level meter of the tool bar.
     LEditorTransport& Transport() { return *transport_; }
     QAction* PauseAction() const { return pauseAction_; }
@@ -173,6 +180,9 @@ class MainDialog : public QObject, public LDocumentListener {
     void DeliverTake(LOMFile* target, const LCutListAudio& take);
     // True, with a note in the status bar, when `id` must wait for the take to end.
     bool RefusedWhileRecording(uint16_t id);
+    // Runs effect `id` on the current document through the engine's effect driver, with
+    // its dialog and the progress window (main_dialog_effects.cpp).
+    void RunEffect(LEffectId id);
     void NotAvailable(uint16_t id);
     void NotAvailable(const QString& feature);
     void TileWindows(bool stacked);
@@ -308,6 +318,7 @@ class MainDialog : public QObject, public LDocumentListener {
     std::unique_ptr<LKeyMacroRunner> keyMacros_;
     QTimer helpTimer_;
     bool undoAvailable_ = false;
+    std::function<int(LOMEffectDialog&)> effectDialogRunner_;
     int busy_ = 0;  // > 0 while a file job runs; requests from outside wait for it
 };
 

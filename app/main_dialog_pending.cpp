@@ -5,8 +5,8 @@
 
 namespace osmera {
 
-// Projects, CD tracks, sending, tags, settings, effects, tools
-// and bookmarks.
+// Projects, CD tracks, sending, tags, settings, the effects the engine does not process
+// (and Envelope, whose point editor comes separately), tools and bookmarks.
 
 void MainDialog::CmLoadCdTracks() {
     NotAvailable(kIdLoadCdTracks);
@@ -48,22 +48,6 @@ void MainDialog::CmMixFile() {
     NotAvailable(kIdMixFile);
 }
 
-void MainDialog::CmRepeatLoop() {
-    NotAvailable(kIdRepeatLoop);
-}
-
-void MainDialog::CmAutoTrim() {
-    NotAvailable(kIdAutoTrim);
-}
-
-void MainDialog::CmAmplify() {
-    NotAvailable(kIdAmplify);
-}
-
-void MainDialog::CmNormalize() {
-    NotAvailable(kIdNormalize);
-}
-
 void MainDialog::CmHighPass() {
     NotAvailable(kIdHighPass);
 }
@@ -80,28 +64,8 @@ void MainDialog::CmReverb() {
     NotAvailable(kIdReverb);
 }
 
-void MainDialog::CmReverse() {
-    NotAvailable(kIdReverse);
-}
-
-void MainDialog::CmFadeIn() {
-    NotAvailable(kIdFadeIn);
-}
-
-void MainDialog::CmFadeOut() {
-    NotAvailable(kIdFadeOut);
-}
-
-void MainDialog::CmFadeOutAndTrim() {
-    NotAvailable(kIdFadeOutAndTrim);
-}
-
 void MainDialog::CmCrossFade() {
     NotAvailable(kIdCrossFade);
-}
-
-void MainDialog::CmStereoPan() {
-    NotAvailable(kIdStereoPan);
 }
 
 void MainDialog::CmAutoGain() {
@@ -128,10 +92,6 @@ void MainDialog::CmCompressor() {
     NotAvailable(kIdCompressor);
 }
 
-void MainDialog::CmDcOffset() {
-    NotAvailable(kIdDcOffset);
-}
-
 void MainDialog::CmPluginEffects() {
     NotAvailable(kIdPluginEffects);
 }
@@ -146,14 +106,6 @@ void MainDialog::CmFft() {
 
 void MainDialog::CmTfft() {
     NotAvailable(kIdTfft);
-}
-
-void MainDialog::CmAutoClickPop() {
-    NotAvailable(kIdAutoClickPop);
-}
-
-void MainDialog::CmManualClickPop() {
-    NotAvailable(kIdManualClickPop);
 }
 
 void MainDialog::CmTextToSpeech() {

@@ -12,13 +12,16 @@
 namespace osmera {
 
 namespace {
-constexpr qint64 kShowAfterMs = 300;
-constexpr qint64 kPumpEveryMs = 30;
+qint64 showAfterMs = 500;
+qint64 pumpEveryMs = 30;
 constexpr int kBarSteps = 1000;
 }  // namespace
 
 LQtProgress::LQtProgress(QWidget* frame, const QString& windowTitle)
-    : frame_(frame), window_(std::make_unique<QDialog>()) {
+    : frame_(frame),
+      window_(std::make_unique<QDialog>()),
+      showAfterMs_(showAfterMs),
+      pumpEveryMs_(pumpEveryMs) {
     window_->setWindowTitle(windowTitle);
     window_->setWindowModality(Qt::ApplicationModal);
     window_->setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint);
@@ -43,14 +46,20 @@ LQtProgress::LQtProgress(QWidget* frame, const QString& windowTitle)
         cancelled_ = true;
         window_->show();
     });
-    started_.start();
     lastPump_.start();
+}
+
+void LQtProgress::SetTimingForTests(int showAfter, int pumpEvery) {
+    showAfterMs = showAfter;
+    pumpEveryMs = pumpEvery;
 }
 
 LQtProgress::~LQtProgress() {
     window_->hide();
-    if (frameDisabled_ && frame_)
+    if (frameDisabled_ && frame_) {
         frame_->setEnabled(true);
+        frame_->window()->activateWindow();
+    }
 }
 
 void LQtProgress::SetLine(int line, const std::string& text) {
@@ -90,11 +99,13 @@ void LQtProgress::ShowNow() {
 
 void LQtProgress::KeepAlive() {
     if (!window_->isVisible()) {
-        if (started_.elapsed() < kShowAfterMs)
+        if (!started_.isValid())
+            started_.start();
+        if (started_.elapsed() < showAfterMs_)
             return;
         ShowNow();
     }
-    if (lastPump_.elapsed() < kPumpEveryMs)
+    if (lastPump_.elapsed() < pumpEveryMs_)
         return;
     QApplication::processEvents();
     lastPump_.restart();

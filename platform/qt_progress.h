@@ -5,8 +5,11 @@
 //
 // The job calls SetLine / SetFraction / IsCancelled between its units of work; those calls
 // also run the event loop (at most every 30 ms) so the frame repaints, Cancel can be
-// clicked and queued calls are delivered. Jobs shorter than 300 ms show no window at all.
-// While the window is up the frame is disabled; it is enabled again when the object dies.
+// clicked and queued calls are delivered. The window's title is the command's. Jobs that
+// end within half a second of their first call show no window at all (no flicker); the
+// clock starts at that first call, so the object may be made before a dialog that asks
+// for the job's values. While the window is up the frame is disabled; when the object dies
+// the frame is enabled and activated again.
 //
 // Ownership: a scope object; create it on the stack around one job. The frame is borrowed
 // and may disappear meanwhile. Threads: GUI thread only.
@@ -36,9 +39,13 @@ class LQtProgress : public LProgress {
     void SetFraction(double fraction) override;
     bool IsCancelled() override;
 
-    // Shows the window now rather than after the first 300 ms.
+    // Shows the window now rather than after the first half second.
     void ShowNow();
     bool IsShown() const;
+
+    // Tests: how long a job runs before the window shows, and how often the poll runs the
+    // event loop (defaults 500 and 30 ms). Applies to objects made afterwards.
+    static void SetTimingForTests(int showAfterMs, int pumpEveryMs);
 
   private:
     void KeepAlive();
@@ -49,7 +56,9 @@ class LQtProgress : public LProgress {
     QProgressBar* bar_ = nullptr;
     bool cancelled_ = false;
     bool frameDisabled_ = false;
-    QElapsedTimer started_;
+    QElapsedTimer started_;  // from the job's first call
+    qint64 showAfterMs_;
+    qint64 pumpEveryMs_;
     QElapsedTimer lastPump_;
 };
 

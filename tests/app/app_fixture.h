@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "app/editor_transport.h"
+#include "app/effect_dialog.h"
 #include "app/main_dialog.h"
 #include "app/mdi_main_window.h"
 #include "devices/sound_devices.h"
@@ -94,6 +95,8 @@ class EditorTest : public ::testing::Test {
         main = std::make_unique<MainDialog>(*frame, settings, prompts, clipboard);
         // No sound hardware in tests: playback (also after edits) goes to the null device.
         main->Transport().SetDeviceOpener(VirtualOutOpener(0));
+        // Effect dialogs are cancelled unless a test answers them.
+        main->SetEffectDialogRunner([](LOMEffectDialog&) { return int{QDialog::Rejected}; });
         frame->resize(900, 600);
     }
     void TearDown() override {

@@ -82,6 +82,18 @@ TEST_F(Editor, EveryCommandReachesItsHandlerOrSaysItIsNotAvailable) {
                                       kIdRewind,
                                       kIdFastForward,
                                       kIdGoToEnd,
+                                      kIdAmplify,
+                                      kIdNormalize,
+                                      kIdReverse,
+                                      kIdFadeIn,
+                                      kIdFadeOut,
+                                      kIdFadeOutAndTrim,
+                                      kIdStereoPan,  // refused on the mono file
+                                      kIdDcOffset,
+                                      kIdRepeatLoop,
+                                      kIdAutoTrim,
+                                      kIdAutoClickPop,
+                                      kIdManualClickPop,
                                       kIdEnvelope};
     for (const LCommandRow& row : CommandTable()) {
         SCOPED_TRACE(row.id);

@@ -1,0 +1,206 @@
+#include "app/effect_dialog.h"
+
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+#include <cstring>
+
+#include "edit/src_cut_list_audio.h"
+#include "effects/click_repair.h"
+#include "effects/effect_job.h"
+#include "effects/level_effects.h"
+
+namespace osmera {
+
+namespace {
+
+// The label and unit shown beside each remembered parameter.
+struct LFieldText {
+    const char* key;
+    const char* label;
+    const char* unit;
+};
+constexpr LFieldText kFieldTexts[] = {
+    {"AmplifyGain", "Gain:", "%"},
+    {"NormalizePeakLevel", "Peak Level:", "%"},
+    {"AutoTrimThreshold", "Threshold:", "dB"},
+    {"SilenceTimes", "Silence Length:", "ms"},
+    {"RepeatNumTimes", "Number of Repeats:", "times"},
+    {"ClickSensitivity", "Sensitivity (0-100):", ""},
+    {"MaxClickLength", "Maximum Click Length:", "microseconds"},
+    {"SpSpeedPitch", "Speed/Pitch Adjust (%)", ""},
+    {"ConstPitchSpeed", "Speed Adjust (%)", ""},
+};
+
+// Shown for a field that holds no whole number and has no rule of its own.
+constexpr const char* kNotANumberMessage = "Please enter a whole number.";
+
+LFieldText TextOf(const char* key) {
+    for (const LFieldText& t : kFieldTexts)
+        if (std::strcmp(t.key, key) == 0)
+            return t;
+    return {key, key, ""};
+}
+
+// [selStart, selEnd) of `doc` as a list of its own; its length in `length`.
+LCutListAudio SelectionCopy(const LOMFile& doc, int32_t& length) {
+    const int32_t start = std::max(doc.selStart, 0);
+    const int32_t end = std::max(doc.selEnd, start);
+    length = end - start;
+    return CopyRange(doc.audio, start, end);
+}
+
+}  // namespace
+
+bool HasEffectPreview(LEffectId id) {
+    return id == LEffectId::kAmplify || id == LEffectId::kNormalize ||
+           id == LEffectId::kAutoClickPop;
+}
+
+LOMEffectDialog::LOMEffectDialog(const LEffectInfo& info, const std::vector<int32_t>& values,
+                                 LUserPrompts& prompts, LEditorTransport* transport,
+                                 const LOMFile& doc, QWidget* parent)
+    : LOMPreviewDialog(parent, HasEffectPreview(info.id) ? transport : nullptr, doc),
+      info_(info),
+      prompts_(prompts) {
+    setWindowTitle(QString::fromUtf8(info.command));
+    auto* layout = new QVBoxLayout(this);
+    auto* form = new QFormLayout;
+    layout->addLayout(form);
+    for (size_t i = 0; i < info.params.size(); ++i) {
+        const LFieldText text = TextOf(info.params[i].key);
+        auto* field = new QLineEdit(this);
+        field->setObjectName(QString::fromUtf8(info.params[i].key));
+        field->setText(QString::number(i < values.size() ? values[i] : info.params[i].def));
+        connect(field, &QLineEdit::textEdited, this, [this]() { ParameterChanged(); });
+        auto* row = new QHBoxLayout;
+        row->addWidget(field);
+        if (*text.unit)
+            row->addWidget(new QLabel(QString::fromUtf8(text.unit), this));
+        form->addRow(QString::fromUtf8(text.label), row);
+        fields_.push_back(field);
+    }
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
+    if (PreviewButton())
+        buttons->addButton(PreviewButton(), QDialogButtonBox::ActionRole);
+    connect(buttons, &QDialogButtonBox::accepted, this, &LOMEffectDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, this, &LOMEffectDialog::reject);
+    layout->addWidget(buttons);
+    if (!fields_.empty()) {
+        fields_.front()->setFocus();
+        fields_.front()->selectAll();
+    }
+}
+
+bool LOMEffectDialog::ReadFields(std::vector<int32_t>& values) const {
+    values.assign(fields_.size(), 0);
+    bool all = true;
+    for (size_t i = 0; i < fields_.size(); ++i) {
+        bool ok = false;
+        values[i] = fields_[i]->text().trimmed().toInt(&ok);
+        all = all && ok;
+    }
+    return all;
+}
+
+bool LOMEffectDialog::CurrentValues(std::vector<int32_t>& values) const {
+    return ReadFields(values) && ValidateEffectParams(info_, values).empty();
+}
+
+void LOMEffectDialog::accept() {
+    std::vector<int32_t> values(fields_.size(), 0);
+    std::vector<bool> number(fields_.size(), false);
+    for (size_t i = 0; i < fields_.size(); ++i) {
+        bool ok = false;
+        values[i] = fields_[i]->text().trimmed().toInt(&ok);
+        number[i] = ok;
+    }
+    // The rules in table order; a field that holds no number fails its rule.
+    const char* message = nullptr;
+    size_t field = 0;
+    for (const LEffectRule& rule : info_.rules) {
+        if (rule.param >= fields_.size())
+            continue;
+        if (!number[rule.param] || values[rule.param] < rule.min || values[rule.param] > rule.max) {
+            message = rule.message;
+            field = rule.param;
+            break;
+        }
+    }
+    for (size_t i = 0; !message && i < fields_.size(); ++i) {
+        if (!number[i]) {
+            message = kNotANumberMessage;
+            field = i;
+        }
+    }
+    if (message) {
+        prompts_.Inform(QString::fromUtf8(kInvalidValueTitle), QString::fromUtf8(message));
+        fields_[field]->setFocus();
+        fields_[field]->selectAll();
+        return;
+    }
+    LOMPreviewDialog::accept();
+}
+
+LSourceRef LOMEffectDialog::BuildPreviewSource() {
+    std::vector<int32_t> values;
+    if (!CurrentValues(values))
+        return {};
+    int32_t length = 0;
+    LCutListAudio copy = SelectionCopy(Document(), length);
+    if (info_.id == LEffectId::kAmplify) {
+        Amplify(copy, 0, length, values[0]);
+    } else if (info_.id == LEffectId::kNormalize) {
+        // Measures the copy and sets its gains; the document's list is not touched.
+        LNullProgress quiet;
+        if (Normalize(quiet, LEffectRequest{&copy, length, 0, values}) != kJobDone)
+            return {};
+    } else {
+        return {};
+    }
+    return LSourceRef(new LSRCCutListAudio(copy));
+}
+
+LAutoClickPopDlg::LAutoClickPopDlg(const std::vector<int32_t>& values, LUserPrompts& prompts,
+                                   LEditorTransport* transport, const LOMFile& doc, QWidget* parent)
+    : LOMEffectDialog(GetEffectInfo(LEffectId::kAutoClickPop), values, prompts, transport, doc,
+                      parent) {}
+
+LSourceRef LAutoClickPopDlg::BuildPreviewSource() {
+    std::vector<int32_t> values;
+    if (!CurrentValues(values) || values.size() < 2)
+        return {};
+    int32_t length = 0;
+    LCutListAudio copy = SelectionCopy(Document(), length);
+    LNullProgress quiet;
+    const LClickSettings settings{values[0], values[1]};
+    if (AutoClickRepair(quiet, LEffectRequest{&copy, length, 0, {}}, settings) != kJobDone)
+        return {};
+    return LSourceRef(new LSRCCutListAudio(copy));
+}
+
+bool LQtEffectDialog::Ask(const LEffectInfo& info, std::vector<int32_t>& values) {
+    std::unique_ptr<LOMEffectDialog> dialog;
+    if (info.id == LEffectId::kAutoClickPop)
+        dialog = std::make_unique<LAutoClickPopDlg>(values, prompts_, transport_, doc_, parent_);
+    else
+        dialog =
+            std::make_unique<LOMEffectDialog>(info, values, prompts_, transport_, doc_, parent_);
+    if ((run_ ? run_(*dialog) : dialog->exec()) != QDialog::Accepted)
+        return false;
+    // accept() let it close, so every field holds a number.
+    return dialog->ReadFields(values);
+}
+
+void LQtEffectDialog::ShowMessage(const std::string& title, const std::string& text) {
+    const QString t = QString::fromStdString(title);
+    if (title == kInvalidValueTitle || title == kStereoRequiredTitle)
+        prompts_.Inform(t, QString::fromStdString(text));
+    else
+        prompts_.Warn(t, QString::fromStdString(text));
+}
+
+}  // namespace osmera
