@@ -50,17 +50,9 @@ bool LEditorTransport::PlaySource(const LSourceRef& source) {
         emit stateChanged();
         return false;
     }
-    from_ = 0;
-    to_ = static_cast<int32_t>(std::clamp<int64_t>(source->GetLengthSample(), 0, INT32_MAX));
-    playingSpeed_ = LTapeSpeed::kNormal;
-    rate_ = std::max<int32_t>(source->GetSampleRate(), 1);
-    chainLength_ = source->GetLengthSample();
-    reported_ = 0;
-    shown_ = -1;
-    sinceReport_.start();
-    restarting_ = true;
-    const bool ok = StartPlayer(source, 0);
-    restarting_ = false;
+    const int32_t length =
+        static_cast<int32_t>(std::clamp<int64_t>(source->GetLengthSample(), 0, INT32_MAX));
+    const bool ok = Begin(source, 0, length, LTapeSpeed::kNormal, 0);
     if (!ok)
         emit stateChanged();
     return ok;
@@ -135,16 +127,21 @@ bool LEditorTransport::StartRange(int32_t from, int32_t to, bool paused) {
         LTrace("LEditorTransport::StartRange source error");
         return false;
     }
+    return Begin(source, from, to, speed_, paused ? uint32_t{LSoundPlayer::kStartPaused} : 0u);
+}
+
+bool LEditorTransport::Begin(const LSourceRef& source, int32_t from, int32_t to, LTapeSpeed speed,
+                             uint32_t flags) {
     from_ = from;
     to_ = to;
-    playingSpeed_ = speed_;
+    playingSpeed_ = speed;
     rate_ = std::max<int32_t>(source->GetSampleRate(), 1);
     chainLength_ = source->GetLengthSample();
     reported_ = 0;
     shown_ = -1;
     sinceReport_.start();
     restarting_ = true;
-    const bool ok = StartPlayer(source, paused ? uint32_t{LSoundPlayer::kStartPaused} : 0u);
+    const bool ok = StartPlayer(source, flags);
     restarting_ = false;
     return ok;
 }

@@ -111,6 +111,10 @@ class LEditorTransport : public QObject, public LSoundPlayerNotify {
     // Starts the range [from, to) of the current model's document without touching the
     // origin; `paused` opens paused.
     bool StartRange(int32_t from, int32_t to, bool paused);
+    // Plays `source`, which stands for document frames [from, to) at `speed`: resets the
+    // play-position bookkeeping, then starts the player with `flags`.
+    bool Begin(const LSourceRef& source, int32_t from, int32_t to, LTapeSpeed speed,
+               uint32_t flags);
     bool StartPlayer(const LSourceRef& source, uint32_t flags);
     void NoDevice();
     void Tick();
