@@ -107,8 +107,13 @@ ClickedTone MakeClickedTone(int32_t frames, uint8_t channels, int32_t rate) {
             t.clean.push_back(static_cast<int32_t>(v));
     }
     t.damaged = t.clean;
-    t.clicks = {20000, 45000, 70000};
+    // Only the clicks that fit: a shorter tone (the callers that want only the clean
+    // signal) has fewer.
     const int32_t values[] = {480000, -480000, 480000};
+    for (int32_t at : {20000, 45000, 70000}) {
+        if (at + 3 <= frames)
+            t.clicks.push_back(at);
+    }
     for (size_t k = 0; k < t.clicks.size(); ++k) {
         for (int32_t f = 0; f < 3; ++f)
             t.damaged[static_cast<size_t>(t.clicks[k] + f) * channels] = values[k];
