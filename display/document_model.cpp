@@ -66,20 +66,20 @@ void LDocumentModel::ScrollTo(int32_t start) {
 
 // Zooming in or out keeps the cursor where it is on screen when it is in view, else the
 // middle of the view.
-void LDocumentModel::ZoomIn() {
+void LDocumentModel::ZoomByFactor(double factor) {
     const int64_t span = std::max<int64_t>(1, int64_t{doc_.viewEnd} - doc_.viewStart);
     const bool cursorInView = doc_.cursor >= doc_.viewStart && doc_.cursor < doc_.viewEnd;
     const int32_t anchor =
         cursorInView ? doc_.cursor : static_cast<int32_t>(doc_.viewStart + span / 2);
-    ZoomAround(anchor, static_cast<double>(anchor - doc_.viewStart) / span, 0.5);
+    ZoomAround(anchor, static_cast<double>(anchor - doc_.viewStart) / span, factor);
+}
+
+void LDocumentModel::ZoomIn() {
+    ZoomByFactor(0.5);
 }
 
 void LDocumentModel::ZoomOut() {
-    const int64_t span = std::max<int64_t>(1, int64_t{doc_.viewEnd} - doc_.viewStart);
-    const bool cursorInView = doc_.cursor >= doc_.viewStart && doc_.cursor < doc_.viewEnd;
-    const int32_t anchor =
-        cursorInView ? doc_.cursor : static_cast<int32_t>(doc_.viewStart + span / 2);
-    ZoomAround(anchor, static_cast<double>(anchor - doc_.viewStart) / span, 2.0);
+    ZoomByFactor(2.0);
 }
 
 void LDocumentModel::ZoomToSelection() {

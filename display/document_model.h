@@ -109,6 +109,8 @@ class LDocumentModel : public QObject {
     void scrubEnded(int32_t frame);
 
   private:
+    // Zoom by `factor` (0.5 in, 2 out) around the cursor when in view, else the middle.
+    void ZoomByFactor(double factor);
     enum Pending : uint8_t {
         kAudio = 1,
         kView = 2,
