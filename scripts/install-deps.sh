@@ -10,7 +10,9 @@ packages=(
   pulseaudio libasound2-plugins
   qt6-qpa-plugins
   fonts-dejavu-core
-  sox time
+  sox time libsox-fmt-mp3
+  ffmpeg flac lame vorbis-tools opus-tools
+  libtag1-dev libfftw3-dev librubberband-dev libebur128-dev
   clang libclang-rt-dev clang-format
 )
 
