@@ -11,6 +11,7 @@
 #include "edit/src_cut_list_audio.h"
 #include "effects/click_repair.h"
 #include "effects/effect_job.h"
+#include "effects/effect_sources.h"
 #include "effects/level_effects.h"
 
 namespace osmera {
@@ -57,7 +58,7 @@ LCutListAudio SelectionCopy(const LOMFile& doc, int32_t& length) {
 
 bool HasEffectPreview(LEffectId id) {
     return id == LEffectId::kAmplify || id == LEffectId::kNormalize ||
-           id == LEffectId::kAutoClickPop;
+           id == LEffectId::kAutoClickPop || HasEffectSource(id);
 }
 
 LOMEffectDialog::LOMEffectDialog(const LEffectInfo& info, const std::vector<int32_t>& values,
@@ -159,7 +160,7 @@ LSourceRef LOMEffectDialog::BuildPreviewSource() {
         if (Normalize(quiet, LEffectRequest{&copy, length, 0, values}) != kJobDone)
             return {};
     } else {
-        return {};
+        return MakeEffectSource(info_.id, LSourceRef(new LSRCCutListAudio(copy)), values);
     }
     return LSourceRef(new LSRCCutListAudio(copy));
 }

@@ -7,6 +7,7 @@
 #include "edit/audio_cut_tank.h"
 #include "effects/auto_trim.h"
 #include "effects/click_repair.h"
+#include "effects/effect_sources.h"
 #include "effects/time_effects.h"
 
 namespace osmera {
@@ -43,7 +44,7 @@ bool IsEffectProcessed(LEffectId id) {
         case LEffectId::kManualClickPop:
             return true;
         default:
-            return false;
+            return HasEffectSource(id);
     }
 }
 
@@ -222,6 +223,8 @@ int LEffectDriver::Process(const LEffectInfo& info, LOMFile& doc,
             ManualClickRepair(list, doc.selStart, doc.selEnd);
             return kJobDone;
         default:
+            if (HasEffectSource(info.id))
+                return job([&](LProgress& p) { return PumpEffectSource(p, request, info.id); });
             LTracef("LEffectDriver::Process no processing for %s", info.command);
             return kJobFailed;
     }
