@@ -109,7 +109,7 @@ void MainDialog::CmPasteFromClipboard() {
     LEditResult result;
     {
         ++busy_;
-        LQtProgress progress(&frame_);
+        LQtProgress progress(&frame_, QStringLiteral("Paste From Clipboard"));
         result = controller_.CmPasteFromSystemClipboard(clipboard_, &progress);
         --busy_;
     }
@@ -127,7 +127,7 @@ void MainDialog::CopySelectionToDesktop() {
     if (frames > int64_t{doc->audio.GetSampleRate()} * kDesktopCopySeconds)
         return;
     ++busy_;
-    LQtProgress progress(&frame_);
+    LQtProgress progress(&frame_, QStringLiteral("Copy"));
     controller_.CmCopyToSystemClipboard(clipboard_, &progress);
     --busy_;
 }
