@@ -31,6 +31,9 @@ void MainDialog::RunEffect(LEffectId id, LEffectDialog* dialog) {
         result = driver.Run(id, dialog ? dialog : &tableDialog);
         --busy_;
     }
+    // Keys go to the frame again once the dialog is gone (Ctrl+Z right after an effect),
+    // also where no window manager hands the focus back.
+    frame_.activateWindow();
     switch (result.status) {
         case LEffectStatus::kNotAvailable:
             NotAvailable(QString::fromUtf8(info.command));
