@@ -28,7 +28,7 @@ constexpr int kAllPassLengths[] = {556, 441, 341, 225};
 constexpr int kStereoSpread = 23;
 constexpr double kAllPassFeedback = 0.5;
 constexpr double kInputGain = 0.015;  // keeps eight combs in range
-constexpr double kWetScale = 3.0;
+constexpr double kWetScale = 2.0;
 constexpr double kDamping = 0.2;
 
 int32_t ReverbTail(int32_t rate, int32_t timeMs) {
@@ -158,11 +158,13 @@ void LSRCReverb::RunSide(Side& side, const double* in, double* out, int32_t fram
 
 void LSRCReverb::Process(double* samples, int32_t frames) {
     const size_t channels = GetChannels();
+    // The mean of the channels feeds both sides, so mono and stereo sound alike.
+    const double gain = kInputGain / static_cast<double>(channels);
     for (int32_t i = 0; i < frames; ++i) {
         double sum = 0;
         for (size_t c = 0; c < channels; ++c)
             sum += samples[static_cast<size_t>(i) * channels + c];
-        input_[static_cast<size_t>(i)] = sum * kInputGain;
+        input_[static_cast<size_t>(i)] = sum * gain;
     }
     for (size_t c = 0; c < channels; ++c) {
         RunSide(sides_[c], input_.data(), output_.data(), frames);

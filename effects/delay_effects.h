@@ -12,7 +12,7 @@
 // one-pole low-pass in their loops (air and wall damping), then four series Schroeder
 // all-passes. Each comb's feedback is set from its length so that the reverb decays by
 // 60 dB in the time asked. The right channel's delay lines are 23 samples (at 44.1 kHz)
-// longer than the left's, which decorrelates the two sides; both are fed with the sum of
+// longer than the left's, which decorrelates the two sides; both are fed with the mean of
 // the input channels. Delay lengths scale with the sample rate; the all-passes' feedback
 // (0.5) is lowered for short decay times so that each rings out within a third of it.
 //
