@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace osmera {
 
@@ -24,6 +25,7 @@ size_t EchoDelay(LSoundSourceBase& s, int32_t ms) {
 
 // Freeverb's tuning at 44.1 kHz.
 constexpr int kCombLengths[] = {1116, 1188, 1277, 1356, 1422, 1491, 1557, 1617};
+static_assert(std::size(kCombLengths) % 4 == 0, "combs run in groups of four");
 constexpr int kAllPassLengths[] = {556, 441, 341, 225};
 constexpr int kStereoSpread = 23;
 constexpr double kAllPassFeedback = 0.5;
@@ -123,22 +125,39 @@ void LSRCReverb::Reset() {
 
 void LSRCReverb::RunSide(Side& side, const double* in, double* out, int32_t frames) {
     std::fill(out, out + frames, 0.0);
-    for (Line& comb : side.combs) {
-        double* buf = comb.buffer.data();
-        const size_t size = comb.buffer.size();
-        size_t at = comb.at;
-        double store = comb.store;
-        const double feedback = comb.feedback;
-        for (int32_t i = 0; i < frames; ++i) {
-            const double y = buf[at];
-            store = y * (1 - damp_) + store * damp_;
-            buf[at] = in[i] + store * feedback;
-            out[i] += y;
-            if (++at == size)
-                at = 0;
+    // Four combs at a time: their low-pass recurrences are independent, so the processor
+    // overlaps them instead of waiting on one chain.
+    constexpr size_t kGroup = 4;
+    for (size_t first = 0; first + kGroup <= side.combs.size(); first += kGroup) {
+        double* buf[kGroup];
+        size_t size[kGroup], at[kGroup];
+        double store[kGroup], feedback[kGroup];
+        for (size_t j = 0; j < kGroup; ++j) {
+            Line& comb = side.combs[first + j];
+            buf[j] = comb.buffer.data();
+            size[j] = comb.buffer.size();
+            at[j] = comb.at;
+            store[j] = comb.store;
+            feedback[j] = comb.feedback;
         }
-        comb.at = at;
-        comb.store = store;
+        const double damp = damp_;
+        for (int32_t i = 0; i < frames; ++i) {
+            double sum = 0;
+#pragma GCC unroll 4
+            for (size_t j = 0; j < kGroup; ++j) {
+                const double y = buf[j][at[j]];
+                store[j] = y + (store[j] - y) * damp;
+                buf[j][at[j]] = in[i] + store[j] * feedback[j];
+                sum += y;
+                if (++at[j] == size[j])
+                    at[j] = 0;
+            }
+            out[i] += sum;
+        }
+        for (size_t j = 0; j < kGroup; ++j) {
+            side.combs[first + j].at = at[j];
+            side.combs[first + j].store = store[j];
+        }
     }
     for (Line& ap : side.allpasses) {
         double* buf = ap.buffer.data();

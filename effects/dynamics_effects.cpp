@@ -105,45 +105,54 @@ LSRCCompressor::LSRCCompressor(LSourceRef inner, int32_t thresholdDb, int32_t ra
     attack_ = Coef(gate_ ? 0.001 : 0.005, rate);
     release_ = Coef(0.1, rate);
     holdFrames_ = static_cast<int32_t>(0.05 * rate);
+    gateClose_ = DbToGain(-kGateDepthDb / (0.1 * rate));
 }
 
 void LSRCCompressor::Reset() {
     limiter_.Reset();
     peak_ = 0;
-    reduction_ = 0;
+    gain_ = 1;
     hold_ = 0;
 }
 
 void LSRCCompressor::Process(double* samples, int32_t frames) {
     const size_t channels = GetChannels();
     const double thresholdLinear = kFullScaleLevel * DbToGain(threshold_);
+    const double gateFloor = DbToGain(-kGateDepthDb);
     if (slope_ > 0 || gate_) {
-        for (int32_t i = 0; i < frames; ++i) {
-            double* x = samples + static_cast<size_t>(i) * channels;
-            double level = 0;
-            for (size_t c = 0; c < channels; ++c)
-                level = std::max(level, std::abs(x[c]));
-            peak_ = std::max(level, peak_ * detectFall_);
-            double target = 0;
-            if (gate_) {
-                if (peak_ >= thresholdLinear)
-                    hold_ = holdFrames_;
-                else if (hold_ > 0)
-                    --hold_;
-                target = hold_ > 0 ? 0.0 : kGateDepthDb;
-                // Opening is the fast move for a gate.
-                const double k = target < reduction_ ? attack_ : release_;
-                reduction_ = target + (reduction_ - target) * k;
-            } else {
-                if (peak_ > thresholdLinear)
-                    target = slope_ * 20 * std::log10(peak_ / thresholdLinear);
-                const double k = target > reduction_ ? attack_ : release_;
-                reduction_ = target + (reduction_ - target) * k;
-            }
-            if (reduction_ > 1e-9) {
-                const double gain = DbToGain(-reduction_);
+        for (int32_t first = 0; first < frames; first += kControlFrames) {
+            const int32_t n = std::min(kControlFrames, frames - first);
+            double* block = samples + static_cast<size_t>(first) * channels;
+            // The detector runs on every frame; the gain computer once per control block,
+            // on the block's highest detector value (so nothing in it is under-reduced).
+            double highest = 0;
+            for (int32_t i = 0; i < n; ++i) {
+                const double* x = block + static_cast<size_t>(i) * channels;
+                double level = 0;
                 for (size_t c = 0; c < channels; ++c)
-                    x[c] *= gain;
+                    level = std::max(level, std::abs(x[c]));
+                peak_ = std::max(level, peak_ * detectFall_);
+                highest = std::max(highest, peak_);
+            }
+            double target = 1;
+            double k = 0;
+            if (gate_) {
+                hold_ = highest >= thresholdLinear ? holdFrames_ : std::max(hold_ - n, 0);
+                target = hold_ > 0 ? 1.0 : gateFloor;
+                k = target > gain_ ? attack_ : release_;  // opening is the fast move
+            } else {
+                if (highest > thresholdLinear)
+                    target = std::pow(highest / thresholdLinear, -slope_);
+                k = target < gain_ ? attack_ : release_;
+            }
+            // A closing gate falls at a steady 80 dB per 100 ms, to its floor.
+            const bool closing = gate_ && target < gain_;
+            for (int32_t i = 0; i < n; ++i) {
+                gain_ =
+                    closing ? std::max(target, gain_ * gateClose_) : target + (gain_ - target) * k;
+                double* x = block + static_cast<size_t>(i) * channels;
+                for (size_t c = 0; c < channels; ++c)
+                    x[c] *= gain_;
             }
         }
     }

@@ -6,12 +6,13 @@
 // gain for all, from the loudest channel) so the stereo image stays put.
 //
 // Compressor: a peak detector (instant rise, 100 ms fall) feeds a hard-knee gain
-// computer: above the threshold the level rises by 1/ratio dB per input dB. The gain
-// reduction then moves with an attack of 5 ms (reduction growing) and a release of
-// 100 ms (shrinking). Ratio index 0 to 5 are "1:1", "3:2", "2:1", "3:1", "4:1" and
-// "5:1"; 6 ("Limit") holds the level at the threshold; 7 is the noise gate: below the
-// threshold the sound is lowered by 80 dB, opening in 1 ms and closing in 100 ms after
-// 50 ms of hold. The output then passes the peak limiter at "CompressorLimit" dB.
+// computer, run once per 16 frames on their highest detector value: above the threshold
+// the level rises by 1/ratio dB per input dB. The gain then moves toward the computed one
+// with an attack of 5 ms (gain falling) and a release of 100 ms (rising). Ratio index 0 to 5 are
+// "1:1", "3:2", "2:1", "3:1", "4:1" and "5:1"; 6 ("Limit") holds the level at the threshold; 7 is
+// the noise gate: below the threshold the sound is lowered by 80 dB, opening in 1 ms and closing at
+// 80 dB per 100 ms after 50 ms of hold. The output then passes the peak limiter at
+// "CompressorLimit" dB.
 //
 // Peak limiter: 2 ms of look-ahead; the gain for each frame is at most the one that keeps
 // every frame of the next 2 ms under the ceiling, ramped in over those 2 ms (a moving
@@ -84,8 +85,10 @@ class LSRCCompressor : public LSRCBlockEffect {
     double slope_;      // 1 - 1/ratio
     bool gate_;
     double detectFall_, attack_, release_;
+    double gateClose_;  // the closing gate's factor per frame
     int32_t holdFrames_;
-    double peak_ = 0, reduction_ = 0;  // reduction in dB, >= 0
+    static constexpr int32_t kControlFrames = 16;  // frames per gain computation
+    double peak_ = 0, gain_ = 1;
     int32_t hold_ = 0;
 };
 

@@ -45,25 +45,105 @@ void LSRCBiquadCascade::Reset() {
     std::fill(state_.begin(), state_.end(), 0.0);
 }
 
+namespace {
+
+// One section over every channel of the block. The channels' recurrences are independent,
+// so running them side by side in one loop lets the processor overlap them.
+template <size_t Channels>
+void RunSection(const LBiquad& f, double* state, double* samples, int32_t frames) {
+    double s1[Channels], s2[Channels];
+    for (size_t c = 0; c < Channels; ++c) {
+        s1[c] = state[2 * c];
+        s2[c] = state[2 * c + 1];
+    }
+    for (int32_t i = 0; i < frames; ++i) {
+        double* x = samples + static_cast<size_t>(i) * Channels;
+        for (size_t c = 0; c < Channels; ++c) {
+            const double in = x[c];
+            const double out = f.b0 * in + s1[c];
+            s1[c] = f.b1 * in - f.a1 * out + s2[c];
+            s2[c] = f.b2 * in - f.a2 * out;
+            x[c] = out;
+        }
+    }
+    for (size_t c = 0; c < Channels; ++c) {
+        state[2 * c] = s1[c];
+        state[2 * c + 1] = s2[c];
+    }
+}
+
+// Two sections one after the other in one pass: the second section's recurrence does not
+// wait on the first's, so the two overlap as well.
+template <size_t Channels>
+void RunSectionPair(const LBiquad& f, const LBiquad& g, double* stateF, double* stateG,
+                    double* samples, int32_t frames) {
+    double f1[Channels], f2[Channels], g1[Channels], g2[Channels];
+    for (size_t c = 0; c < Channels; ++c) {
+        f1[c] = stateF[2 * c];
+        f2[c] = stateF[2 * c + 1];
+        g1[c] = stateG[2 * c];
+        g2[c] = stateG[2 * c + 1];
+    }
+    for (int32_t i = 0; i < frames; ++i) {
+        double* x = samples + static_cast<size_t>(i) * Channels;
+        for (size_t c = 0; c < Channels; ++c) {
+            const double in = x[c];
+            const double mid = f.b0 * in + f1[c];
+            f1[c] = f.b1 * in - f.a1 * mid + f2[c];
+            f2[c] = f.b2 * in - f.a2 * mid;
+            const double out = g.b0 * mid + g1[c];
+            g1[c] = g.b1 * mid - g.a1 * out + g2[c];
+            g2[c] = g.b2 * mid - g.a2 * out;
+            x[c] = out;
+        }
+    }
+    for (size_t c = 0; c < Channels; ++c) {
+        stateF[2 * c] = f1[c];
+        stateF[2 * c + 1] = f2[c];
+        stateG[2 * c] = g1[c];
+        stateG[2 * c + 1] = g2[c];
+    }
+}
+
+// The same for any number of channels, one channel after the other.
+void RunSection(const LBiquad& f, double* state, double* samples, int32_t frames, size_t channels) {
+    for (size_t c = 0; c < channels; ++c) {
+        double s1 = state[2 * c], s2 = state[2 * c + 1];
+        for (int32_t i = 0; i < frames; ++i) {
+            double& x = samples[static_cast<size_t>(i) * channels + c];
+            const double out = f.b0 * x + s1;
+            s1 = f.b1 * x - f.a1 * out + s2;
+            s2 = f.b2 * x - f.a2 * out;
+            x = out;
+        }
+        state[2 * c] = s1;
+        state[2 * c + 1] = s2;
+    }
+}
+
+}  // namespace
+
 void LSRCBiquadCascade::Process(double* samples, int32_t frames) {
     const size_t channels = GetChannels();
-    for (size_t s = 0; s < sections_.size(); ++s) {
-        const LBiquad f = sections_[s];
-        for (size_t c = 0; c < channels; ++c) {
-            double* st = &state_[(s * channels + c) * 2];
-            double s1 = st[0];
-            double s2 = st[1];
-            double* x = samples + c;
-            for (int32_t i = 0; i < frames; ++i, x += channels) {
-                const double in = *x;
-                const double out = f.b0 * in + s1;
-                s1 = f.b1 * in - f.a1 * out + s2;
-                s2 = f.b2 * in - f.a2 * out;
-                *x = out;
-            }
-            st[0] = s1;
-            st[1] = s2;
+    size_t s = 0;
+    if (channels <= 2) {
+        for (; s + 1 < sections_.size(); s += 2) {
+            double* stateF = &state_[s * channels * 2];
+            double* stateG = &state_[(s + 1) * channels * 2];
+            if (channels == 2)
+                RunSectionPair<2>(sections_[s], sections_[s + 1], stateF, stateG, samples, frames);
+            else
+                RunSectionPair<1>(sections_[s], sections_[s + 1], stateF, stateG, samples, frames);
         }
+    }
+    for (; s < sections_.size(); ++s) {
+        double* state = &state_[s * channels * 2];
+        if (channels == 2)
+            RunSection<2>(sections_[s], state, samples, frames);
+        else if (channels == 1)
+            RunSection<1>(sections_[s], state, samples, frames);
+        else
+            RunSection(sections_[s], state, samples, frames, channels);
     }
 }
 
