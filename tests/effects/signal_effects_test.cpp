@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <fstream>
 #include <numbers>
 #include <random>
 #include <vector>
@@ -97,9 +98,8 @@ TEST(FilterEffects, EqualizerFileKeepsGainsAndRefusesBadFiles) {
     EXPECT_EQ(read, gains);
     const std::vector<std::vector<char>> bad = {{}, {0}, {3, 10, 20}, {2, 10, 121}};
     for (const auto& bytes : bad) {
-        FILE* f = std::fopen(path.c_str(), "wb");
-        std::fwrite(bytes.data(), 1, bytes.size(), f);
-        std::fclose(f);
+        std::ofstream(path, std::ios::binary | std::ios::trunc)
+            .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
         std::vector<int32_t> kept{1};
         EXPECT_FALSE(LoadEqualizerGains(path, kept));
         EXPECT_EQ(kept, std::vector<int32_t>{1});
