@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Effects side by side with sox on a generated 10-minute 44.1 kHz stereo 16-bit WAV:
-# normalize, fade in over the whole file, reverse and DC offset correction.
+# normalize, fade in over the whole file, reverse and DC offset correction; the high-pass
+# filter (ours 4th order, sox's 2nd), echo, reverb and a 2:1 compressor.
 #
 # osmera's cost of an effect is the time of a script that opens the file and applies the
 # effect, minus the time of a script that only opens it (opening pumps the WAV into the
@@ -44,4 +45,9 @@ run normalize "normalize 100" 0.3 --norm "$work/in.wav" "$work/out.wav"
 run fade-in "fade-in" 1.0 "$work/in.wav" "$work/out.wav" fade t "$MINUTES:00"
 run reverse "reverse" 1.0 "$work/in.wav" "$work/out.wav" reverse
 run dc-offset "dc-offset" 1.0 "$work/in.wav" "$work/out.wav" highpass 10
+run high-pass "high-pass 250" 1.0 "$work/in.wav" "$work/out.wav" highpass 250
+run echo "echo 800 50" 1.0 "$work/in.wav" "$work/out.wav" echo 1 1 800 0.5
+run reverb "reverb 100 500" 1.0 "$work/in.wav" "$work/out.wav" reverb
+run compressor "compressor -20 2 0" 1.0 "$work/in.wav" "$work/out.wav" \
+    compand 0.005,0.1 -90,-90,-20,-20,0,-10
 echo "(open only: $base s; osmera columns exclude it)"

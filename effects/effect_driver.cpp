@@ -7,7 +7,9 @@
 #include "edit/audio_cut_tank.h"
 #include "effects/auto_trim.h"
 #include "effects/click_repair.h"
+#include "effects/dynamics_effects.h"
 #include "effects/effect_sources.h"
+#include "effects/filter_effects.h"
 #include "effects/time_effects.h"
 
 namespace osmera {
@@ -55,6 +57,12 @@ LEffectDriver::LEffectDriver(LDocumentController& controller, LSettingsStore& se
 std::string LEffectDriver::EnvelopeFilePath() {
     const std::string folder = settings_.GetText("Folders", "Current", "");
     return (std::filesystem::path(folder) / "envelope.dat").string();
+}
+
+std::string LEffectDriver::EqualizerFilePath() {
+    const std::string folder = settings_.GetText("Folders", "Current", "");
+    return (std::filesystem::path(folder) / GetEffectInfo(LEffectId::kEqualizer).pointFile)
+        .string();
 }
 
 LEffectResult LEffectDriver::Run(LEffectId id, LEffectDialog* dialog) {
@@ -116,6 +124,18 @@ LEffectResult LEffectDriver::Run(LEffectId id, LEffectDialog* dialog) {
         result.title.clear();
         result.message.clear();
         WriteEffectParams(info, values, settings_);
+    }
+
+    // A compressor ratio index past the presets ends the command without change.
+    if (id == LEffectId::kCompressor && (values[1] < 0 || values[1] > kRatioMaxIndex)) {
+        result.status = LEffectStatus::kDialogCancelled;
+        return result;
+    }
+    // The equalizer's parameters are its band gains, kept in "equalizer.dat".
+    if (id == LEffectId::kEqualizer) {
+        values = equalizer_;
+        if (values.empty() && !LoadEqualizerGains(EqualizerFilePath(), values))
+            values = EqualizerPreset("flat");
     }
 
     // The envelope's parameters are its points, kept in "envelope.dat": a point editor

@@ -110,6 +110,12 @@ class LEffectDriver {
     void SetSilenceFrames(int32_t frames) { silenceFrames_ = frames; }
     // "envelope.dat" in the folder "Folders"/"Current".
     std::string EnvelopeFilePath();
+    // Band gains (tenths of a dB, low band first) the equalizer uses instead of reading
+    // "equalizer.dat" (the command line). Without them and without a usable file the
+    // equalizer is flat.
+    void SetEqualizerGains(const std::vector<int32_t>& gainTenths) { equalizer_ = gainTenths; }
+    // "equalizer.dat" in the folder "Folders"/"Current".
+    std::string EqualizerFilePath();
 
   private:
     int Process(const LEffectInfo& info, LOMFile& doc, const std::vector<int32_t>& values,
@@ -120,6 +126,7 @@ class LEffectDriver {
     LProgress& progress_;
     LDocumentListener* playback_;
     LPointList envelope_;
+    std::vector<int32_t> equalizer_;
     int32_t silenceFrames_ = -1;
 };
 

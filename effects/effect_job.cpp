@@ -51,7 +51,8 @@ bool LEffectOutput::Close() {
     return !writeFailed_;
 }
 
-int LEffectOutput::Finish(int result, LCutListAudio& list, int32_t start, int32_t end) {
+int LEffectOutput::Finish(int result, LCutListAudio& list, int32_t start, int32_t end,
+                          int32_t outputLength) {
     const bool written = Close();
     if (result == kJobDone && !written) {
         LTrace("LEffectOutput::Finish output could not be written");
@@ -60,7 +61,7 @@ int LEffectOutput::Finish(int result, LCutListAudio& list, int32_t start, int32_
     if (result == kJobDone) {
         // An empty range still pumps one frame; only the range's own length goes back.
         start = std::max(start, 0);
-        output_.EfTrimTail(std::max(end - start, 0));
+        output_.EfTrimTail(outputLength >= 0 ? outputLength : std::max(end - start, 0));
         ReplaceRange(list, start, end, output_);
     }
     output_.Clear();

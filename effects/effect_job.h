@@ -70,7 +70,8 @@ void ShowEffectTitle(LProgress& progress, const char* title);
 // The output of a pumped effect: a list of its own with the document's rate and channels
 // and the sink that fills it. Finish() releases the sink and, when the run was done and
 // every frame reached the disk, puts the output over [start, end) of `list`; otherwise the
-// output is dropped and `list` is untouched. Returns the job result to report.
+// output is dropped and `list` is untouched. The output put in place is `outputLength`
+// frames long (negative: the range's length). Returns the job result to report.
 class LEffectOutput {
   public:
     LEffectOutput(uint32_t sampleRate, uint8_t channels);
@@ -79,7 +80,8 @@ class LEffectOutput {
     LEffectOutput& operator=(const LEffectOutput&) = delete;
 
     const LSinkRef& Sink() const { return sink_; }
-    int Finish(int result, LCutListAudio& list, int32_t start, int32_t end);
+    int Finish(int result, LCutListAudio& list, int32_t start, int32_t end,
+               int32_t outputLength = -1);
     // Releases the sink; `List()` then holds what was written.
     bool Close();
     const LCutListAudio& List() const { return output_; }

@@ -2,11 +2,23 @@
 
 #include "core/trace.h"
 #include "edit/src_cut_list_audio.h"
+#include "effects/delay_effects.h"
+#include "effects/dynamics_effects.h"
+#include "effects/filter_effects.h"
+#include "effects/stereo_pan.h"
 
 namespace osmera {
 
 bool HasEffectSource(LEffectId id) {
     switch (id) {
+        case LEffectId::kHighPassFilter:
+        case LEffectId::kEqualizer:
+        case LEffectId::kEcho:
+        case LEffectId::kReverb:
+        case LEffectId::kCompressor:
+        case LEffectId::kAutomaticGainControl:
+        case LEffectId::kStereoPan:
+            return true;
         default:
             return false;
     }
@@ -15,8 +27,28 @@ bool HasEffectSource(LEffectId id) {
 LSourceRef MakeEffectSource(LEffectId id, LSourceRef input, const std::vector<int32_t>& params) {
     if (!input)
         return {};
-    (void)params;
+    // Parameter i, or its table default when the caller gave fewer.
+    auto param = [&](size_t i) {
+        const LEffectInfo& info = GetEffectInfo(id);
+        return i < params.size() ? params[i] : i < info.params.size() ? info.params[i].def : 0;
+    };
     switch (id) {
+        case LEffectId::kHighPassFilter:
+            return MakeHighPassSource(std::move(input), param(0));
+        case LEffectId::kEqualizer:
+            return MakeEqualizerSource(std::move(input), params);
+        case LEffectId::kEcho:
+            return LSourceRef(new LSRCEcho(std::move(input), param(0), param(1)));
+        case LEffectId::kReverb:
+            return LSourceRef(new LSRCReverb(std::move(input), param(0), param(1)));
+        case LEffectId::kCompressor:
+            if (param(1) < 0 || param(1) > kRatioMaxIndex)
+                return {};
+            return LSourceRef(new LSRCCompressor(std::move(input), param(0), param(1), param(2)));
+        case LEffectId::kAutomaticGainControl:
+            return LSourceRef(new LSRCAutoGain(std::move(input)));
+        case LEffectId::kStereoPan:
+            return LSourceRef(new LSRCStereoPan(std::move(input), param(0)));
         default:
             return {};
     }
@@ -27,7 +59,9 @@ int PumpEffectSource(LProgress& progress, const LEffectRequest& request, LEffect
         return kJobFailed;
     if (request.rangeStart > request.rangeEnd)
         return kJobDone;
-    ShowEffectTitle(progress, GetEffectInfo(id).progressTitle);
+    // Effects whose progress title is "set by the effect" show their command.
+    const LEffectInfo& info = GetEffectInfo(id);
+    ShowEffectTitle(progress, *info.progressTitle ? info.progressTitle : info.command);
     LCutListAudio& list = *request.list;
     const LCutListAudio range = CopyRange(list, request.rangeStart, request.rangeEnd);
     LSourceRef effect = MakeEffectSource(id, LSourceRef(range.MakeSource()), request.params);
@@ -37,7 +71,9 @@ int PumpEffectSource(LProgress& progress, const LEffectRequest& request, LEffect
     }
     LEffectOutput output(list.GetSampleRate(), list.GetChannels());
     const int result = RangePump(progress, effect, output.Sink(), 0, effect->GetLengthSample());
-    return output.Finish(result, list, request.rangeStart, request.rangeEnd);
+    // The output is as long as the effect's source: an effect with a tail lengthens the range.
+    return output.Finish(result, list, request.rangeStart, request.rangeEnd,
+                         effect->GetLengthSample());
 }
 
 }  // namespace osmera

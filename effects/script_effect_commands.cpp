@@ -1,9 +1,12 @@
 #include "effects/script_effect_commands.h"
 
+#include <cmath>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "effects/effect_driver.h"
+#include "effects/filter_effects.h"
 #include "effects/script_words.h"
 
 namespace osmera {
@@ -33,6 +36,15 @@ constexpr LNumberWord kNumberWords[] = {
     {LEffectId::kRepeatLoop, 0, "N", 1, 100000},
     {LEffectId::kAutoClickPop, 0, "SENSITIVITY", 0, 100},
     {LEffectId::kAutoClickPop, 1, "MAXLEN_US", 1, 100000},
+    {LEffectId::kHighPassFilter, 0, "HZ", 1, 20000},
+    {LEffectId::kEcho, 0, "MS", 10, 2999},
+    {LEffectId::kEcho, 1, "PERCENT", 0, 99},
+    {LEffectId::kReverb, 0, "LEVEL", 0, 100},
+    {LEffectId::kReverb, 1, "TIME", 50, 1000},
+    {LEffectId::kCompressor, 0, "THRESHOLD_DB", -96, 0},
+    {LEffectId::kCompressor, 1, "RATIO_INDEX", 0, 7},
+    {LEffectId::kCompressor, 2, "LIMIT_DB", -96, 0},
+    {LEffectId::kStereoPan, 0, "POSITION", 0, 100},
 };
 
 const LNumberWord* FindNumberWord(LEffectId id, size_t param) {
@@ -166,6 +178,47 @@ std::string Envelope(LScriptContext& ctx, Args args) {
     LEffectDriver driver(ctx.controller, ScriptSettings(), ctx.progress);
     driver.SetEnvelopePoints(points);
     return RunDriver(ctx, LEffectId::kEnvelope, {}, &driver);
+}
+
+// An equalizer word: a band gain in dB (one decimal at most counts) from -12 to 12, as
+// tenths of a dB.
+bool ParseBandGain(const std::string& word, int32_t& tenths) {
+    char* end = nullptr;
+    const double db = std::strtod(word.c_str(), &end);
+    if (word.empty() || *end != '\0' || !(db >= -12.0 && db <= 12.0))
+        return false;
+    tenths = static_cast<int32_t>(std::lround(db * 10));
+    return true;
+}
+
+// `equalizer` takes a preset name or one gain per band, low to high (missing bands 0 dB).
+std::vector<int32_t> EqualizerWords(Args args) {
+    if (args.Count() == 1 && !EqualizerPreset(args.Word(0)).empty())
+        return EqualizerPreset(args.Word(0));
+    std::vector<int32_t> gains(kEqualizerBands, 0);
+    for (size_t i = 0; i < args.Count() && i < gains.size(); ++i)
+        ParseBandGain(args.Word(i), gains[i]);
+    return gains;
+}
+
+std::string CheckEqualizer(Args args) {
+    if (args.Count() == 1 && !EqualizerPreset(args.Word(0)).empty())
+        return {};
+    if (args.Count() > kEqualizerBands)
+        return "the equalizer has " + std::to_string(kEqualizerBands) + " bands";
+    for (size_t i = 0; i < args.Count(); ++i) {
+        int32_t tenths = 0;
+        if (!ParseBandGain(args.Word(i), tenths))
+            return "'" + args.Word(i) +
+                   "' is not a band gain from -12 to 12 dB (or use flat, bass-boost or voice)";
+    }
+    return {};
+}
+
+std::string Equalizer(LScriptContext& ctx, Args args) {
+    LEffectDriver driver(ctx.controller, ScriptSettings(), ctx.progress);
+    driver.SetEqualizerGains(EqualizerWords(args));
+    return RunDriver(ctx, LEffectId::kEqualizer, {}, &driver);
 }
 
 // A value of a table parameter that every effect using it accepts, or the refusal.
@@ -304,6 +357,49 @@ void RegisterEffectScriptCommands(LScriptCommandTable& table) {
                }});
     table.Add(
         {"click-repair-manual", "click-repair-manual", {}, 0, {}, Effect<Id::kManualClickPop>});
+    table.Add({"high-pass",
+               "high-pass HZ",
+               {A::kInt},
+               1,
+               {},
+               Effect<Id::kHighPassFilter>,
+               CheckNumbers<Id::kHighPassFilter>});
+    table.Add({"equalizer",
+               "equalizer GAIN_DB... | flat | bass-boost | voice",
+               std::vector<A>(kEqualizerBands, A::kWord),
+               1,
+               {},
+               Equalizer,
+               CheckEqualizer});
+    table.Add({"echo",
+               "echo MS PERCENT",
+               {A::kInt, A::kInt},
+               2,
+               {},
+               Effect<Id::kEcho>,
+               CheckNumbers<Id::kEcho>});
+    table.Add({"reverb",
+               "reverb LEVEL TIME",
+               {A::kInt, A::kInt},
+               2,
+               {},
+               Effect<Id::kReverb>,
+               CheckNumbers<Id::kReverb>});
+    table.Add({"compressor",
+               "compressor THRESHOLD_DB RATIO_INDEX LIMIT_DB",
+               {A::kInt, A::kInt, A::kInt},
+               3,
+               {},
+               Effect<Id::kCompressor>,
+               CheckNumbers<Id::kCompressor>});
+    table.Add({"agc", "agc", {}, 0, {}, Effect<Id::kAutomaticGainControl>});
+    table.Add({"pan",
+               "pan POSITION",
+               {A::kInt},
+               1,
+               {},
+               Effect<Id::kStereoPan>,
+               CheckNumbers<Id::kStereoPan>});
     table.Add(
         {"set", "set SECTION KEY VALUE", {A::kWord, A::kWord, A::kWord}, 3, {}, Set, CheckSet});
     table.Add({"get", "get SECTION KEY", {A::kWord, A::kWord}, 2, {}, Get});
