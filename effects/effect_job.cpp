@@ -29,6 +29,18 @@ LCutListAudio CopyRange(const LCutListAudio& list, int32_t start, int32_t end) {
     return range;
 }
 
+int PumpIntoRange(LProgress& progress, LCutListAudio& list, int32_t start, int32_t end,
+                  LSourceRef effect) {
+    if (!effect || !effect->IsOk()) {
+        LTrace("PumpIntoRange no usable effect source");
+        return kJobFailed;
+    }
+    const int32_t length = effect->GetLengthSample();
+    LEffectOutput output(list.GetSampleRate(), list.GetChannels());
+    const int result = RangePump(progress, effect, output.Sink(), 0, length);
+    return output.Finish(result, list, start, end, length);
+}
+
 void ShowEffectTitle(LProgress& progress, const char* title) {
     progress.SetLine(0, title);
     progress.SetLine(1, kPleaseWaitText);
@@ -51,7 +63,8 @@ bool LEffectOutput::Close() {
     return !writeFailed_;
 }
 
-int LEffectOutput::Finish(int result, LCutListAudio& list, int32_t start, int32_t end) {
+int LEffectOutput::Finish(int result, LCutListAudio& list, int32_t start, int32_t end,
+                          int32_t outputLength) {
     const bool written = Close();
     if (result == kJobDone && !written) {
         LTrace("LEffectOutput::Finish output could not be written");
@@ -60,7 +73,7 @@ int LEffectOutput::Finish(int result, LCutListAudio& list, int32_t start, int32_
     if (result == kJobDone) {
         // An empty range still pumps one frame; only the range's own length goes back.
         start = std::max(start, 0);
-        output_.EfTrimTail(std::max(end - start, 0));
+        output_.EfTrimTail(outputLength >= 0 ? outputLength : std::max(end - start, 0));
         ReplaceRange(list, start, end, output_);
     }
     output_.Clear();

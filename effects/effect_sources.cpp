@@ -2,11 +2,18 @@
 
 #include "core/trace.h"
 #include "edit/src_cut_list_audio.h"
+#include "effects/noise_reduction.h"
+#include "effects/pitch_effects.h"
 
 namespace osmera {
 
 bool HasEffectSource(LEffectId id) {
     switch (id) {
+        case LEffectId::kSimpleSpeedPitch:
+        case LEffectId::kConstantPitchSpeed:
+        case LEffectId::kConstantSpeedPitch:
+        case LEffectId::kNoiseReduction:
+            return true;
         default:
             return false;
     }
@@ -15,8 +22,13 @@ bool HasEffectSource(LEffectId id) {
 LSourceRef MakeEffectSource(LEffectId id, LSourceRef input, const std::vector<int32_t>& params) {
     if (!input)
         return {};
-    (void)params;
     switch (id) {
+        case LEffectId::kSimpleSpeedPitch:
+        case LEffectId::kConstantPitchSpeed:
+        case LEffectId::kConstantSpeedPitch:
+            return params.empty() ? LSourceRef() : MakeSpeedEffectSource(id, input, params[0]);
+        case LEffectId::kNoiseReduction:
+            return params.empty() ? LSourceRef() : MakeNoiseReductionSource(input, params[0]);
         default:
             return {};
     }
@@ -35,9 +47,10 @@ int PumpEffectSource(LProgress& progress, const LEffectRequest& request, LEffect
         LTracef("PumpEffectSource no source for %s", GetEffectInfo(id).command);
         return kJobFailed;
     }
+    const int32_t length = effect->GetLengthSample();
     LEffectOutput output(list.GetSampleRate(), list.GetChannels());
-    const int result = RangePump(progress, effect, output.Sink(), 0, effect->GetLengthSample());
-    return output.Finish(result, list, request.rangeStart, request.rangeEnd);
+    const int result = RangePump(progress, effect, output.Sink(), 0, length);
+    return output.Finish(result, list, request.rangeStart, request.rangeEnd, length);
 }
 
 }  // namespace osmera
