@@ -207,6 +207,7 @@ LSRCNoiseReduction::LSRCNoiseReduction(LSourceRef inner, const LNoiseProfile& pr
     in_.assign(channels, std::vector<float>(static_cast<size_t>(size_)));
     out_.assign(channels, std::vector<float>(static_cast<size_t>(size_)));
     smooth_.assign(channels, std::vector<float>(bins));
+    power_.resize(bins);
     raw_.resize(static_cast<size_t>(size_) * channels);
     Seek(0);
 }
@@ -262,7 +263,7 @@ void LSRCNoiseReduction::Step() {
     inputAt_ += hop_;
     const float exponent = -20.0f * std::log10(floor_) / 12.0412f;
     const float norm = 2.0f / 3.0f / static_cast<float>(size_);
-    std::vector<float> power(bins);
+    std::vector<float>& power = power_;
     for (uint8_t c = 0; c < channels; ++c) {
         std::vector<float>& in = in_[c];
         std::copy(in.begin() + hop_, in.end(), in.begin());

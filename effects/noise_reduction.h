@@ -72,6 +72,7 @@ class LSRCNoiseReduction : public LSRCWrapBase {
     std::vector<std::vector<float>> in_;      // per channel: the last `size_` input frames
     std::vector<std::vector<float>> out_;     // per channel: the overlap-add accumulator
     std::vector<std::vector<float>> smooth_;  // per channel: last frame's smoothed power
+    std::vector<float> power_;                // the frame's power per bin
     std::vector<int32_t> raw_;                // interleaved input block
     std::vector<float> queue_;                // interleaved finished output
     size_t queueAt_ = 0;

@@ -23,9 +23,10 @@ using RubberBand::RubberBandStretcher;
 
 // Real-time mode streams; the rest are the settings for music.
 constexpr RubberBandStretcher::Options kOptions =
-    RubberBandStretcher::OptionProcessRealTime | RubberBandStretcher::OptionEngineFiner |
-    RubberBandStretcher::OptionChannelsTogether | RubberBandStretcher::OptionWindowStandard |
-    RubberBandStretcher::OptionFormantShifted | RubberBandStretcher::OptionPitchHighQuality;
+    RubberBandStretcher::OptionProcessRealTime | RubberBandStretcher::OptionEngineFaster |
+    RubberBandStretcher::OptionTransientsCrisp | RubberBandStretcher::OptionChannelsTogether |
+    RubberBandStretcher::OptionWindowStandard | RubberBandStretcher::OptionFormantShifted |
+    RubberBandStretcher::OptionPitchHighQuality;
 
 bool FitsLength(int64_t frames) {
     return frames >= 0 && frames <= std::numeric_limits<int32_t>::max();

@@ -305,5 +305,21 @@ TEST_F(CliTest, FailuresSayWhy) {
     EXPECT_NE(r.out.find("It is a pipe (FIFO), not a regular file."), std::string::npos) << r.out;
 }
 
+TEST_F(CliTest, LoudnessScriptAndInfoAgree) {
+    WriteTone(dir.File("in.wav"), 44100, 44100 * 3);
+    std::ofstream(dir.File("s.txt")) << "open in.wav\nloudness -23 -1\nsave out.wav\n";
+    ASSERT_EQ(Cli("run " + Q(dir.File("s.txt"))).code, 0);
+    testing::CliResult r = Cli("info " + Q(dir.File("out.wav")) + " --loudness");
+    const size_t at = r.out.find(" loudness=");
+    ASSERT_NE(at, std::string::npos) << r.out;
+    EXPECT_NEAR(std::stod(r.out.substr(at + 10)), -23.0, 0.2) << r.out;
+    EXPECT_TRUE(Has(r, " loudness-range=0.0 true-peak=")) << r.out;
+
+    std::ofstream(dir.File("bad.txt")) << "open in.wav\ntempo 301\n";
+    r = CliBoth("run " + Q(dir.File("bad.txt")));
+    EXPECT_NE(r.code, 0);
+    EXPECT_TRUE(Has(r, "Speed Change Percent must be less than 300.")) << r.out;
+}
+
 }  // namespace
 }  // namespace osmera
