@@ -108,8 +108,12 @@ LEffectResult LEffectDriver::Run(LEffectId id, LEffectDialog* dialog) {
     // dialog and its undo step, so the document and the undo ring stay as they were.
     if (controller_.CheckFreeCuts() != LEditResult::kDone)
         return refuse(LEffectStatus::kRefused, "Osmera", kCutTankFullMessage);
-    // The mixing effects need their other audio before anything is asked or recorded.
-    mixSource_.Reset();
+    // The mixing effects need their other audio before anything is asked or recorded;
+    // it is let go whichever way the command ends.
+    struct ReleaseOnExit {
+        LSourceRef& source;
+        ~ReleaseOnExit() { source.Reset(); }
+    } release{mixSource_};
     if (id == LEffectId::kPasteMix || id == LEffectId::kCrossFade) {
         const LCutListAudio& other = mixList_ ? *mixList_ : controller_.GetClipboard();
         if (other.GetLength() <= 0)
@@ -180,7 +184,6 @@ LEffectResult LEffectDriver::Run(LEffectId id, LEffectDialog* dialog) {
     controller_.StartModifyCurrentFile(info.undoTitle);
     int32_t position = doc->selStart;
     result.code = Process(info, *doc, values, position, result);
-    mixSource_.Reset();
     switch (result.code) {
         case kJobDone:
             result.status = LEffectStatus::kApplied;

@@ -315,6 +315,14 @@ TEST_F(CliTest, LoudnessScriptAndInfoAgree) {
     EXPECT_NEAR(std::stod(r.out.substr(at + 10)), -23.0, 0.2) << r.out;
     EXPECT_TRUE(Has(r, " loudness-range=0.0 true-peak=")) << r.out;
 
+    // The other new words, end to end: a profile from the first second, the reduction,
+    // a file mixed in (relative to the script) and the speed doubled.
+    std::ofstream(dir.File("fx.txt"))
+        << "open in.wav\nselect 0 1\nnoise-profile\nselect-all\nnoise-reduction -30\n"
+           "mix-file in.wav 50\nspeed-pitch 200\nsave fx.wav\n";
+    ASSERT_EQ(Cli("run " + Q(dir.File("fx.txt"))).code, 0);
+    EXPECT_TRUE(Has(Cli("info " + Q(dir.File("fx.wav"))), " frames=66150 ")) << r.out;
+
     std::ofstream(dir.File("bad.txt")) << "open in.wav\ntempo 301\n";
     r = CliBoth("run " + Q(dir.File("bad.txt")));
     EXPECT_NE(r.code, 0);
