@@ -35,7 +35,7 @@ bool FitsLength(int64_t frames) {
 }  // namespace
 
 LSourceRef MakeSpeedPitchSource(LSourceRef input, int32_t percent) {
-    if (!input || !input->IsOk() || percent < 1)
+    if (!input || !input->IsOk() || percent < kMinSpeedPercent)
         return {};
     const int32_t rate = input->GetSampleRate();
     if (!FitsLength(int64_t{input->GetLengthSample()} * 100 / percent))
@@ -189,14 +189,14 @@ void LSRCTimeStretch::Read(int32_t* buffer, int32_t frames) {
 }
 
 LSourceRef MakeTempoSource(LSourceRef input, int32_t percent) {
-    if (!input || !input->IsOk() || percent < 1 ||
+    if (!input || !input->IsOk() || percent < kMinSpeedPercent ||
         !FitsLength(int64_t{input->GetLengthSample()} * 100 / percent))
         return {};
     return LSourceRef(new LSRCTimeStretch(std::move(input), 100.0 / percent, 1.0));
 }
 
 LSourceRef MakePitchSource(LSourceRef input, int32_t percent) {
-    if (!input || !input->IsOk() || percent < 1)
+    if (!input || !input->IsOk() || percent < kMinSpeedPercent)
         return {};
     return LSourceRef(new LSRCTimeStretch(std::move(input), 1.0, percent / 100.0));
 }

@@ -28,9 +28,13 @@ class RubberBandStretcher;
 
 namespace osmera {
 
+// The slowest speed and lowest pitch the effects make, in percent: below it the rate
+// converter's ratio is too coarse and the stretcher's cost grows without bound.
+constexpr int32_t kMinSpeedPercent = 10;
+
 // `input` at `percent` % speed, keeping its rate: 200 lasts half as long and sounds an
-// octave higher. Null for a percent below 1, an output longer than 2^31 - 1 frames or a
-// ratio the converter cannot make.
+// octave higher. Null for a percent below kMinSpeedPercent, an output longer than 2^31 - 1 frames
+// or a ratio the converter cannot make.
 LSourceRef MakeSpeedPitchSource(LSourceRef input, int32_t percent);
 
 // Rubber Band over `input`: the output lasts `timeRatio` times the input (exactly the
@@ -69,7 +73,7 @@ class LSRCTimeStretch : public LSRCWrapBase {
 };
 
 // Tempo (percent of the speed, pitch kept) and pitch (percent of the pitch, length kept);
-// null for a percent below 1 or an output too long.
+// null for a percent below kMinSpeedPercent or an output too long.
 LSourceRef MakeTempoSource(LSourceRef input, int32_t percent);
 LSourceRef MakePitchSource(LSourceRef input, int32_t percent);
 

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "effects/effect_driver.h"
+#include "effects/pitch_effects.h"
 #include "effects/script_words.h"
 
 namespace osmera {
@@ -32,9 +33,9 @@ constexpr LNumberWord kNumberWords[] = {
     {LEffectId::kAutoTrim, 0, "DB", -127, 0},
     {LEffectId::kRepeatLoop, 0, "N", 1, 100000},
     {LEffectId::kNoiseReduction, 0, "DB", -100, 0},
-    {LEffectId::kSimpleSpeedPitch, 0, "PERCENT", 1, 300},
-    {LEffectId::kConstantPitchSpeed, 0, "PERCENT", 1, 300},
-    {LEffectId::kConstantSpeedPitch, 0, "PERCENT", 1, 300},
+    {LEffectId::kSimpleSpeedPitch, 0, "PERCENT", kMinSpeedPercent, 300},
+    {LEffectId::kConstantPitchSpeed, 0, "PERCENT", kMinSpeedPercent, 300},
+    {LEffectId::kConstantSpeedPitch, 0, "PERCENT", kMinSpeedPercent, 300},
     {LEffectId::kCrossFade, 0, "GAP_MS", 0, 600000},
     {LEffectId::kCrossFade, 1, "FADE_IN_MS", 0, 600000},
     {LEffectId::kCrossFade, 2, "FADE_OUT_MS", 0, 600000},
