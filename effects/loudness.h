@@ -33,7 +33,10 @@ int32_t LoudnessGainPercent(const LLoudness& measured, int32_t targetLufs, int32
 
 // Loudness normalize of the request's range: params[0] the target in LUFS, params[1] the
 // true-peak ceiling in dBTP. Measures (cancellable, nothing changed), then applies the
-// gain to the cut gains of the range, writing no audio. Nothing for an empty range.
+// gain to the cut gains of the range, writing no audio. The gain goes in whole percent
+// (the cut-gain edit's unit): within 0.05 dB down to -6 dB, coarser for deep cuts. When
+// the ceiling holds the gain back the loudness stays under the target: nothing limits or
+// compresses the audio to make it fit. Nothing for an empty range.
 int LoudnessNormalize(LProgress& progress, const LEffectRequest& request);
 
 }  // namespace osmera

@@ -144,10 +144,6 @@ bool LSRCTimeStretch::Drain() {
         from = std::min<size_t>(got, static_cast<size_t>(dropFrames_));
         dropFrames_ -= static_cast<int64_t>(from);
     }
-    if (pendingAt_ > 0 && pendingAt_ == pending_.size()) {
-        pending_.clear();
-        pendingAt_ = 0;
-    }
     const size_t base = pending_.size();
     pending_.resize(base + (got - from) * channels);
     for (uint8_t c = 0; c < channels; ++c) {
