@@ -5,20 +5,37 @@
 // frames= and time= give the length the file states. A file that ends before its header
 // says adds present-frames= and present-time=, one longer than a document can hold adds
 // opened-frames=, and either, or more than two channels, adds a quoted warning=.
+// With --loudness the file is read through and its EBU R128 integrated loudness
+// (loudness=, LUFS), loudness range (loudness-range=, LU) and true peak (true-peak=,
+// dBTP) are added, one decimal each; -inf for silence.
 
+#include <cmath>
 #include <cstdio>
 
 #include "cli/args.h"
 #include "cli/commands.h"
 #include "cli/source_description.h"
+#include "effects/loudness.h"
 #include "formats/open_audio_source.h"
 #include "formats/open_error_message.h"
 #include "formats/opened_file_facts.h"
 
 namespace osmera::cli {
 
+namespace {
+
+std::string Decibels(double v) {
+    if (!std::isfinite(v))
+        return "-inf";
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f", v);
+    return text;
+}
+
+}  // namespace
+
 int RunInfo(int argc, char** argv) {
-    LArgs args(argc, argv, {});
+    LArgs args(argc, argv, {}, {"loudness"});
     if (!args.Error().empty() || args.Positional().empty()) {
         PrintError(args.Error().empty() ? "info needs at least one file" : args.Error());
         return kExitUsage;
@@ -49,6 +66,14 @@ int RunInfo(int argc, char** argv) {
         }
         if (facts.LeftOutFrames() > 0)
             line += " opened-frames=" + std::to_string(facts.openedFrames);
+        if (args.Has("loudness")) {
+            LLoudness loud;
+            if (MeasureLoudness(nullptr, source, 0, source->GetLengthSample(), loud) == kJobDone) {
+                line += " loudness=" + Decibels(loud.integrated) +
+                        " loudness-range=" + Decibels(loud.range) +
+                        " true-peak=" + Decibels(loud.truePeak);
+            }
+        }
         std::string warning = facts.ChannelsRefusal(path);
         for (const std::string& w : facts.Warnings(path))
             warning += (warning.empty() ? "" : " ") + w;

@@ -17,9 +17,10 @@ struct Command {
 
 const Command kCommands[] = {
     {"info", osmera::cli::RunInfo,
-     "info FILE...\n"
+     "info FILE... [--loudness]\n"
      "      One line per file of key=value pairs: file, format, channels, rate, bits,\n"
-     "      frames, time; for a file that cannot be read: file, error, message.\n"},
+     "      frames, time; for a file that cannot be read: file, error, message.\n"
+     "      --loudness adds loudness (LUFS), loudness-range (LU), true-peak (dBTP).\n"},
     {"convert", osmera::cli::RunConvert,
      "convert IN OUT [--rate HZ] [--channels 1|2] [--bits 8|16|24|32]\n"
      "      Converts IN into the WAV file OUT (defaults: IN's rate, channels and width).\n"

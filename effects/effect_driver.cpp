@@ -3,16 +3,27 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "core/format_match.h"
 #include "core/trace.h"
 #include "edit/audio_cut_tank.h"
+#include "edit/src_cut_list_audio.h"
 #include "effects/auto_trim.h"
 #include "effects/click_repair.h"
 #include "effects/dynamics_effects.h"
 #include "effects/effect_sources.h"
 #include "effects/filter_effects.h"
+#include "effects/loudness.h"
+#include "effects/mix_effects.h"
+#include "effects/pitch_effects.h"
 #include "effects/time_effects.h"
+#include "formats/open_audio_source.h"
+#include "formats/open_error_message.h"
 
 namespace osmera {
+
+const char* const kMixClipboardEmptyMessage =
+    "The clipboard is empty. Please copy the audio to mix first.";
+const char* const kMixNoFileMessage = "Please choose the audio file to mix.";
 
 bool LPresetEffectDialog::Ask(const LEffectInfo&, std::vector<int32_t>& values) {
     if (!message_.empty())
@@ -44,6 +55,10 @@ bool IsEffectProcessed(LEffectId id) {
         case LEffectId::kDcOffset:
         case LEffectId::kAutoClickPop:
         case LEffectId::kManualClickPop:
+        case LEffectId::kCrossFade:
+        case LEffectId::kPasteMix:
+        case LEffectId::kMixFile:
+        case LEffectId::kLoudnessNormalize:
             return true;
         default:
             return HasEffectSource(id);
@@ -101,6 +116,30 @@ LEffectResult LEffectDriver::Run(LEffectId id, LEffectDialog* dialog) {
     // dialog and its undo step, so the document and the undo ring stay as they were.
     if (controller_.CheckFreeCuts() != LEditResult::kDone)
         return refuse(LEffectStatus::kRefused, "Osmera", kCutTankFullMessage);
+    // The mixing effects need their other audio before anything is asked or recorded;
+    // it is let go whichever way the command ends.
+    struct ReleaseOnExit {
+        LSourceRef& source;
+        ~ReleaseOnExit() { source.Reset(); }
+    } release{mixSource_};
+    if (id == LEffectId::kPasteMix || id == LEffectId::kCrossFade) {
+        const LCutListAudio& other = mixList_ ? *mixList_ : controller_.GetClipboard();
+        if (other.GetLength() <= 0)
+            return refuse(LEffectStatus::kRefused, "Osmera", kMixClipboardEmptyMessage);
+        mixSource_ =
+            MatchFormat(LSourceRef(other.MakeSource()),
+                        static_cast<int32_t>(doc->audio.GetSampleRate()), doc->audio.GetChannels());
+    } else if (id == LEffectId::kMixFile) {
+        if (mixFile_.empty())
+            return refuse(LEffectStatus::kRefused, "Osmera", kMixNoFileMessage);
+        LSourceRef file = OpenAudioSource(mixFile_);
+        if (!file->IsOk()) {
+            const std::string text = OpenErrorMessage(*file, mixFile_);
+            return refuse(LEffectStatus::kRefused, "Osmera", text.c_str());
+        }
+        mixSource_ = MatchFormat(std::move(file), static_cast<int32_t>(doc->audio.GetSampleRate()),
+                                 doc->audio.GetChannels());
+    }
 
     std::vector<int32_t> values = ReadEffectParams(info, settings_);
     if (!info.params.empty()) {
@@ -181,6 +220,23 @@ LEffectResult LEffectDriver::Run(LEffectId id, LEffectDialog* dialog) {
     return result;
 }
 
+bool LEffectDriver::TakeNoiseProfile() {
+    LOMFile* doc = controller_.GetCurrent();
+    if (!doc)
+        return false;
+    doc->ClampSelection();
+    const int32_t start = doc->HasSelection() ? doc->selStart : 0;
+    const int32_t end = doc->HasSelection() ? doc->selEnd : doc->audio.GetLength();
+    const LCutListAudio range = CopyRange(doc->audio, start, end);
+    LNoiseProfile profile;
+    if (MeasureNoiseProfile(nullptr, LSourceRef(range.MakeSource()), range.GetLength(), false,
+                            profile) != kJobDone ||
+        profile.Empty())
+        return false;
+    noiseProfile_ = std::move(profile);
+    return true;
+}
+
 int LEffectDriver::Process(const LEffectInfo& info, LOMFile& doc,
                            const std::vector<int32_t>& values, int32_t& position,
                            LEffectResult& result) {
@@ -242,6 +298,19 @@ int LEffectDriver::Process(const LEffectInfo& info, LOMFile& doc,
         case LEffectId::kManualClickPop:
             ManualClickRepair(list, doc.selStart, doc.selEnd);
             return kJobDone;
+        case LEffectId::kSimpleSpeedPitch:
+        case LEffectId::kConstantPitchSpeed:
+        case LEffectId::kConstantSpeedPitch:
+            return job([&](LProgress& p) { return SpeedEffect(p, request, info.id); });
+        case LEffectId::kNoiseReduction:
+            return job([&](LProgress& p) { return NoiseReduction(p, request, noiseProfile_); });
+        case LEffectId::kPasteMix:
+        case LEffectId::kMixFile:
+            return job([&](LProgress& p) { return PasteMix(p, request, mixSource_); });
+        case LEffectId::kCrossFade:
+            return job([&](LProgress& p) { return CrossFade(p, request, mixSource_); });
+        case LEffectId::kLoudnessNormalize:
+            return job([&](LProgress& p) { return LoudnessNormalize(p, request); });
         default:
             if (HasEffectSource(info.id))
                 return job([&](LProgress& p) { return PumpEffectSource(p, request, info.id); });

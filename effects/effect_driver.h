@@ -20,6 +20,7 @@
 #include "edit/document_controller.h"
 #include "effects/effect_table.h"
 #include "effects/level_effects.h"
+#include "effects/noise_reduction.h"
 
 namespace osmera {
 
@@ -88,6 +89,11 @@ struct LEffectResult {
     int32_t repairs = 0;  // clicks repaired by the automatic click repair
 };
 
+// Refusals of the mixing effects (titled "Osmera"): nothing on the clipboard for paste mix
+// and cross fade, no file chosen for mix file.
+extern const char* const kMixClipboardEmptyMessage;
+extern const char* const kMixNoFileMessage;
+
 // True for the effects this driver can process.
 bool IsEffectProcessed(LEffectId id);
 
@@ -108,6 +114,19 @@ class LEffectDriver {
     // Frames of silence the insert-silence commands use instead of "SilenceTimes" (which
     // is in milliseconds); negative: use "SilenceTimes".
     void SetSilenceFrames(int32_t frames) { silenceFrames_ = frames; }
+    // The noise profile noise reduction uses; without one it estimates the profile from
+    // the quietest parts of the range. TakeNoiseProfile measures the current document's
+    // selection (the whole file when there is none); false when there is no document or
+    // the selection is shorter than one analysis frame (the old profile is then kept).
+    void SetNoiseProfile(const LNoiseProfile& profile) { noiseProfile_ = profile; }
+    bool TakeNoiseProfile();
+    const LNoiseProfile& NoiseProfile() const { return noiseProfile_; }
+    // The audio file Mix File mixes in ("" refuses the command with a message).
+    void SetMixFile(const std::string& path) { mixFile_ = path; }
+    // The list Paste Mix mixes in instead of the controller's clipboard (Paste Mix From
+    // Clipboard loads the system clipboard's audio into one). Borrowed; null: the
+    // controller's clipboard.
+    void SetMixList(const LCutListAudio* list) { mixList_ = list; }
     // "envelope.dat" in the folder "Folders"/"Current".
     std::string EnvelopeFilePath();
     // Band gains (tenths of a dB, low band first) the equalizer uses instead of reading
@@ -128,6 +147,10 @@ class LEffectDriver {
     LPointList envelope_;
     std::vector<int32_t> equalizer_;
     int32_t silenceFrames_ = -1;
+    LNoiseProfile noiseProfile_;
+    std::string mixFile_;
+    const LCutListAudio* mixList_ = nullptr;
+    LSourceRef mixSource_;  // the other audio of the mixing effect being run
 };
 
 }  // namespace osmera

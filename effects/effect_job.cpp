@@ -29,6 +29,18 @@ LCutListAudio CopyRange(const LCutListAudio& list, int32_t start, int32_t end) {
     return range;
 }
 
+int PumpIntoRange(LProgress& progress, LCutListAudio& list, int32_t start, int32_t end,
+                  LSourceRef effect) {
+    if (!effect || !effect->IsOk()) {
+        LTrace("PumpIntoRange no usable effect source");
+        return kJobFailed;
+    }
+    const int32_t length = effect->GetLengthSample();
+    LEffectOutput output(list.GetSampleRate(), list.GetChannels());
+    const int result = RangePump(progress, effect, output.Sink(), 0, length);
+    return output.Finish(result, list, start, end, length);
+}
+
 void ShowEffectTitle(LProgress& progress, const char* title) {
     progress.SetLine(0, title);
     progress.SetLine(1, kPleaseWaitText);

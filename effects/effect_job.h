@@ -64,14 +64,21 @@ void ReplaceRange(LCutListAudio& list, int32_t start, int32_t end, const LCutLis
 // clamped at 0. Cheap: entries only.
 LCutListAudio CopyRange(const LCutListAudio& list, int32_t start, int32_t end);
 
+// Pumps `effect` from its frame 0 to its length into new cuts that replace [start, end) of
+// `list` (see LEffectOutput::Finish). kJobFailed for a null or failed effect.
+int PumpIntoRange(LProgress& progress, LCutListAudio& list, int32_t start, int32_t end,
+                  LSourceRef effect);
+
 // Sets line 0 to `title` and line 1 to "Please wait...".
 void ShowEffectTitle(LProgress& progress, const char* title);
 
 // The output of a pumped effect: a list of its own with the document's rate and channels
 // and the sink that fills it. Finish() releases the sink and, when the run was done and
 // every frame reached the disk, puts the output over [start, end) of `list`; otherwise the
-// output is dropped and `list` is untouched. The output put in place is `outputLength`
-// frames long (negative: the range's length). Returns the job result to report.
+// output is dropped and `list` is untouched. Returns the job result to report. What goes
+// in is the first `outputLength` frames written (the range's own length when negative, so
+// the one frame an empty range pumps is dropped); an effect that lengthens or shortens
+// its range passes its source's length.
 class LEffectOutput {
   public:
     LEffectOutput(uint32_t sampleRate, uint8_t channels);

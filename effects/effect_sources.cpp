@@ -5,6 +5,8 @@
 #include "effects/delay_effects.h"
 #include "effects/dynamics_effects.h"
 #include "effects/filter_effects.h"
+#include "effects/noise_reduction.h"
+#include "effects/pitch_effects.h"
 #include "effects/stereo_pan.h"
 
 namespace osmera {
@@ -18,6 +20,10 @@ bool HasEffectSource(LEffectId id) {
         case LEffectId::kCompressor:
         case LEffectId::kAutomaticGainControl:
         case LEffectId::kStereoPan:
+        case LEffectId::kSimpleSpeedPitch:
+        case LEffectId::kConstantPitchSpeed:
+        case LEffectId::kConstantSpeedPitch:
+        case LEffectId::kNoiseReduction:
             return true;
         default:
             return false;
@@ -49,6 +55,12 @@ LSourceRef MakeEffectSource(LEffectId id, LSourceRef input, const std::vector<in
             return LSourceRef(new LSRCAutoGain(std::move(input)));
         case LEffectId::kStereoPan:
             return LSourceRef(new LSRCStereoPan(std::move(input), param(0)));
+        case LEffectId::kSimpleSpeedPitch:
+        case LEffectId::kConstantPitchSpeed:
+        case LEffectId::kConstantSpeedPitch:
+            return params.empty() ? LSourceRef() : MakeSpeedEffectSource(id, input, params[0]);
+        case LEffectId::kNoiseReduction:
+            return params.empty() ? LSourceRef() : MakeNoiseReductionSource(input, params[0]);
         default:
             return {};
     }
@@ -66,14 +78,12 @@ int PumpEffectSource(LProgress& progress, const LEffectRequest& request, LEffect
     const LCutListAudio range = CopyRange(list, request.rangeStart, request.rangeEnd);
     LSourceRef effect = MakeEffectSource(id, LSourceRef(range.MakeSource()), request.params);
     if (!effect) {
-        LTracef("PumpEffectSource no source for %s", GetEffectInfo(id).command);
+        LTracef("PumpEffectSource no source for %s", info.command);
         return kJobFailed;
     }
-    LEffectOutput output(list.GetSampleRate(), list.GetChannels());
-    const int result = RangePump(progress, effect, output.Sink(), 0, effect->GetLengthSample());
-    // The output is as long as the effect's source: an effect with a tail lengthens the range.
-    return output.Finish(result, list, request.rangeStart, request.rangeEnd,
-                         effect->GetLengthSample());
+    // The output is as long as the effect's source: a tail or a change of speed changes the
+    // range's length.
+    return PumpIntoRange(progress, list, request.rangeStart, request.rangeEnd, effect);
 }
 
 }  // namespace osmera

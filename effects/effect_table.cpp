@@ -123,6 +123,16 @@ std::vector<LEffectInfo> BuildTable() {
         {0, kMin, 100, "Mix Volume must be less than 100%. Please try again."}};
     t.push_back({Id::kPasteMix, "Paste Mix", "Paste Mix", "Pasting Mix", mix, mixRules});
     t.push_back({Id::kMixFile, "Mix File", "Mix File", "Pasting Mix", mix, mixRules});
+    // Loudness normalize: the integrated loudness (EBU R128) to a target, the true peak
+    // kept under a ceiling. -23 LUFS is the broadcast target, -16 the podcast one.
+    t.push_back(
+        {Id::kLoudnessNormalize,
+         "Loudness Normalize",
+         "Loudness Normalize",
+         "Measuring Loudness",
+         {{kStored, "LoudnessTarget", -23}, {kStored, "LoudnessTruePeak", -1}},
+         {{0, -70, -5, "Target loudness must be between -70 and -5 LUFS. Please try again."},
+          {1, -20, 0, "True peak ceiling must be between -20 and 0 dBTP. Please try again."}}});
     t.push_back({Id::kAutoTrim,
                  "Auto Trim",
                  "Auto Trim",

@@ -35,6 +35,7 @@ enum class LEffectId {
     kCompressor,
     kPasteMix,
     kMixFile,
+    kLoudnessNormalize,
     kAutoTrim,
     kInsertSilenceStart,
     kInsertSilenceCurrent,

@@ -7,6 +7,7 @@
 
 #include "effects/effect_driver.h"
 #include "effects/filter_effects.h"
+#include "effects/pitch_effects.h"
 #include "effects/script_words.h"
 
 namespace osmera {
@@ -34,6 +35,17 @@ constexpr LNumberWord kNumberWords[] = {
     {LEffectId::kNormalize, 0, "PERCENT", 0, 100},
     {LEffectId::kAutoTrim, 0, "DB", -127, 0},
     {LEffectId::kRepeatLoop, 0, "N", 1, 100000},
+    {LEffectId::kNoiseReduction, 0, "DB", -100, 0},
+    {LEffectId::kSimpleSpeedPitch, 0, "PERCENT", kMinSpeedPercent, 300},
+    {LEffectId::kConstantPitchSpeed, 0, "PERCENT", kMinSpeedPercent, 300},
+    {LEffectId::kConstantSpeedPitch, 0, "PERCENT", kMinSpeedPercent, 300},
+    {LEffectId::kCrossFade, 0, "GAP_MS", 0, 600000},
+    {LEffectId::kCrossFade, 1, "FADE_IN_MS", 0, 600000},
+    {LEffectId::kCrossFade, 2, "FADE_OUT_MS", 0, 600000},
+    {LEffectId::kPasteMix, 0, "PERCENT", 0, 100},
+    {LEffectId::kMixFile, 0, "PERCENT", 0, 100},
+    {LEffectId::kLoudnessNormalize, 0, "LUFS", -70, -5},
+    {LEffectId::kLoudnessNormalize, 1, "TRUE_PEAK_DB", -20, 0},
     {LEffectId::kAutoClickPop, 0, "SENSITIVITY", 0, 100},
     {LEffectId::kAutoClickPop, 1, "MAXLEN_US", 1, 100000},
     {LEffectId::kHighPassFilter, 0, "HZ", 1, 20000},
@@ -244,6 +256,38 @@ std::string CheckSetting(const std::string& section, const std::string& key, int
     return {};
 }
 
+// The noise profile `noise-profile` took, kept for the script's later `noise-reduction`.
+LNoiseProfile& ScriptNoiseProfile() {
+    static LNoiseProfile profile;
+    return profile;
+}
+
+std::string NoiseProfile(LScriptContext& ctx, Args) {
+    if (!ctx.Document())
+        return kNoDocumentMessage;
+    LEffectDriver driver(ctx.controller, ScriptSettings(), ctx.progress);
+    if (!driver.TakeNoiseProfile())
+        return "the selection is too short for a noise profile";
+    ScriptNoiseProfile() = driver.NoiseProfile();
+    return {};
+}
+
+std::string NoiseReduction(LScriptContext& ctx, Args args) {
+    LEffectDriver driver(ctx.controller, ScriptSettings(), ctx.progress);
+    driver.SetNoiseProfile(ScriptNoiseProfile());
+    return RunDriver(ctx, LEffectId::kNoiseReduction, IntWords(args), &driver);
+}
+
+std::string CheckMixFile(Args args) {
+    return CheckNumber(*FindNumberWord(LEffectId::kMixFile, 0), args.WideInt(1));
+}
+
+std::string MixFile(LScriptContext& ctx, Args args) {
+    LEffectDriver driver(ctx.controller, ScriptSettings(), ctx.progress);
+    driver.SetMixFile(args.Path(0));
+    return RunDriver(ctx, LEffectId::kMixFile, {static_cast<int32_t>(args.Int(1))}, &driver);
+}
+
 // A number for a remembered effect parameter must be one its effect accepts; anything
 // else is kept as text.
 std::string CheckSet(Args args) {
@@ -400,6 +444,62 @@ void RegisterEffectScriptCommands(LScriptCommandTable& table) {
                {},
                Effect<Id::kStereoPan>,
                CheckNumbers<Id::kStereoPan>});
+    table.Add({"noise-profile", "noise-profile", {}, 0, {}, NoiseProfile});
+    table.Add({"noise-reduction",
+               "noise-reduction DB",
+               {A::kInt},
+               1,
+               {},
+               NoiseReduction,
+               CheckNumbers<Id::kNoiseReduction>});
+    table.Add({"speed-pitch",
+               "speed-pitch PERCENT",
+               {A::kInt},
+               1,
+               {},
+               Effect<Id::kSimpleSpeedPitch>,
+               CheckNumbers<Id::kSimpleSpeedPitch>});
+    table.Add({"tempo",
+               "tempo PERCENT",
+               {A::kInt},
+               1,
+               {},
+               Effect<Id::kConstantPitchSpeed>,
+               CheckNumbers<Id::kConstantPitchSpeed>});
+    table.Add({"pitch",
+               "pitch PERCENT",
+               {A::kInt},
+               1,
+               {},
+               Effect<Id::kConstantSpeedPitch>,
+               CheckNumbers<Id::kConstantSpeedPitch>});
+    table.Add({"cross-fade",
+               "cross-fade [GAP_MS FADE_IN_MS FADE_OUT_MS]",
+               {A::kInt, A::kInt, A::kInt},
+               0,
+               {},
+               Effect<Id::kCrossFade>,
+               [](Args args) -> std::string {
+                   if (args.Count() != 0 && args.Count() != 3)
+                       return "give GAP_MS, FADE_IN_MS and FADE_OUT_MS, or none";
+                   return CheckNumbers<Id::kCrossFade>(args);
+               }});
+    table.Add({"paste-mix",
+               "paste-mix PERCENT",
+               {A::kInt},
+               1,
+               {},
+               Effect<Id::kPasteMix>,
+               CheckNumbers<Id::kPasteMix>});
+    table.Add(
+        {"mix-file", "mix-file FILE PERCENT", {A::kPath, A::kInt}, 2, {}, MixFile, CheckMixFile});
+    table.Add({"loudness",
+               "loudness LUFS [TRUE_PEAK_DB]",
+               {A::kInt, A::kInt},
+               1,
+               {},
+               Effect<Id::kLoudnessNormalize>,
+               CheckNumbers<Id::kLoudnessNormalize>});
     table.Add(
         {"set", "set SECTION KEY VALUE", {A::kWord, A::kWord, A::kWord}, 3, {}, Set, CheckSet});
     table.Add({"get", "get SECTION KEY", {A::kWord, A::kWord}, 2, {}, Get});

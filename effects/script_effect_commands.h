@@ -16,7 +16,8 @@ namespace osmera {
 // amplify, normalize, fade-in, fade-out, fade-out-trim, envelope, dc-offset, auto-trim,
 // insert-silence-start, insert-silence-current, insert-silence-end, repeat, reverse,
 // click-repair, click-repair-manual, high-pass, equalizer, echo, reverb, compressor, agc,
-// pan, set, get. Replaces earlier commands of those names.
+// pan, noise-profile, noise-reduction, speed-pitch, tempo, pitch, cross-fade, paste-mix,
+// mix-file, loudness, set, get. Replaces earlier commands of those names.
 void RegisterEffectScriptCommands(LScriptCommandTable& table);
 
 // The store the effect and settings commands use (borrowed; null for the temporary one).

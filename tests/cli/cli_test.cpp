@@ -305,5 +305,29 @@ TEST_F(CliTest, FailuresSayWhy) {
     EXPECT_NE(r.out.find("It is a pipe (FIFO), not a regular file."), std::string::npos) << r.out;
 }
 
+TEST_F(CliTest, LoudnessScriptAndInfoAgree) {
+    WriteTone(dir.File("in.wav"), 44100, 44100 * 3);
+    std::ofstream(dir.File("s.txt")) << "open in.wav\nloudness -23 -1\nsave out.wav\n";
+    ASSERT_EQ(Cli("run " + Q(dir.File("s.txt"))).code, 0);
+    testing::CliResult r = Cli("info " + Q(dir.File("out.wav")) + " --loudness");
+    const size_t at = r.out.find(" loudness=");
+    ASSERT_NE(at, std::string::npos) << r.out;
+    EXPECT_NEAR(std::stod(r.out.substr(at + 10)), -23.0, 0.2) << r.out;
+    EXPECT_TRUE(Has(r, " loudness-range=0.0 true-peak=")) << r.out;
+
+    // The other new words, end to end: a profile from the first second, the reduction,
+    // a file mixed in (relative to the script) and the speed doubled.
+    std::ofstream(dir.File("fx.txt"))
+        << "open in.wav\nselect 0 1\nnoise-profile\nselect-all\nnoise-reduction -30\n"
+           "mix-file in.wav 50\nspeed-pitch 200\nsave fx.wav\n";
+    ASSERT_EQ(Cli("run " + Q(dir.File("fx.txt"))).code, 0);
+    EXPECT_TRUE(Has(Cli("info " + Q(dir.File("fx.wav"))), " frames=66150 ")) << r.out;
+
+    std::ofstream(dir.File("bad.txt")) << "open in.wav\ntempo 301\n";
+    r = CliBoth("run " + Q(dir.File("bad.txt")));
+    EXPECT_NE(r.code, 0);
+    EXPECT_TRUE(Has(r, "Speed Change Percent must be less than 300.")) << r.out;
+}
+
 }  // namespace
 }  // namespace osmera
