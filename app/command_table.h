@@ -88,6 +88,7 @@ enum LCommandId : uint16_t {
     kIdConstantSpeedPitch = 4016,
     kIdCompressor = 4012,
     kIdDcOffset = 4017,
+    kIdLoudnessNormalize = 4023,
     kIdPluginEffects = 4019,
     kIdPlugins = 4020,
     kIdRecord = 3001,

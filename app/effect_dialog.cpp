@@ -1,11 +1,13 @@
 #include "app/effect_dialog.h"
 
+#include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <cstring>
 
 #include "edit/src_cut_list_audio.h"
@@ -19,11 +21,13 @@ namespace osmera {
 
 namespace {
 
-// The label and unit shown beside each remembered parameter.
+// The label and unit shown beside each remembered parameter; a parameter with choices is
+// picked from a list (its value is the index), its number field kept hidden behind it.
 struct LFieldText {
     const char* key;
     const char* label;
     const char* unit;
+    const char* choices = "";  // '|' separated
 };
 constexpr LFieldText kFieldTexts[] = {
     {"AmplifyGain", "Gain:", "%"},
@@ -35,6 +39,26 @@ constexpr LFieldText kFieldTexts[] = {
     {"MaxClickLength", "Maximum Click Length:", "microseconds"},
     {"SpSpeedPitch", "Speed/Pitch Adjust (%)", ""},
     {"ConstPitchSpeed", "Speed Adjust (%)", ""},
+    {"ConstSpeedPitch", "Pitch Adjust (%)", ""},
+    {"LowCutFreq", "Cut-off Frequency:", "Hz"},
+    {"EchoTime", "Echo Time:", "ms"},
+    {"EchoGain", "Echo Gain:", "%"},
+    {"ReverbLevel", "Reverb Level (0-100):", ""},
+    {"ReverbTime", "Reverb Time:", "ms"},
+    {"StereoPan", "Pan (0 left, 50 centre, 100 right):", ""},
+    {"NoiseGateLevel", "Noise Reduction:", "dB"},
+    {"CompressorThreshold", "Threshold:", "dB"},
+    {"CompressorRatio", "Ratio:", "", "1:1|3:2|2:1|3:1|4:1|5:1|Limit|Noise Gate"},
+    {"CompressorLimit", "Output Ceiling:", "dB"},
+    {"GapTimeMS", "Overlap:", "ms"},
+    {"FadeInTimeMS", "Fade In Time:", "ms"},
+    {"FadeOutTimeMS", "Fade Out Time:", "ms"},
+    {"PasteMixVolume", "Mix Volume:", "%"},
+    {"LongerSelection", "When the mixed audio is longer:", "",
+     "Stop at the end of the selection|Mix all of it"},
+    {"FadeOutTime", "Fade Out Time:", "ms"},
+    {"LoudnessTarget", "Target Loudness:", "LUFS", ""},
+    {"LoudnessTruePeak", "True Peak Ceiling:", "dBTP", ""},
 };
 
 // Shown for a field that holds no whole number and has no rule of its own.
@@ -72,6 +96,17 @@ LOMEffectDialog::LOMEffectDialog(const LEffectInfo& info, const std::vector<int3
         connect(field, &QLineEdit::textEdited, this, [this]() { ParameterChanged(); });
         auto* row = new QHBoxLayout;
         row->addWidget(field);
+        if (*text.choices) {
+            auto* list = new QComboBox(this);
+            list->addItems(QString::fromUtf8(text.choices).split(QLatin1Char('|')));
+            list->setCurrentIndex(field->text().toInt());
+            field->hide();
+            row->addWidget(list);
+            connect(list, &QComboBox::currentIndexChanged, this, [this, field](int index) {
+                field->setText(QString::number(index));
+                ParameterChanged();
+            });
+        }
         if (*text.unit)
             row->addWidget(new QLabel(QString::fromUtf8(text.unit), this));
         form->addRow(QString::fromUtf8(text.label), row);
@@ -178,9 +213,61 @@ LSourceRef LAutoClickPopDlg::BuildPreviewSource() {
     return LSourceRef(new LSRCCutListAudio(copy));
 }
 
+const LNoiseProfile& ProfileFor(const LNoiseProfile& profile, uint32_t sampleRate) {
+    static const LNoiseProfile kNone;
+    return profile.frameSize == NoiseFrameSize(static_cast<int32_t>(sampleRate)) ? profile : kNone;
+}
+
+LNoiseReductionDlg::LNoiseReductionDlg(const std::vector<int32_t>& values, LUserPrompts& prompts,
+                                       LEditorTransport* transport, const LOMFile& doc,
+                                       QWidget* parent, LNoiseProfile& profile)
+    : LOMEffectDialog(GetEffectInfo(LEffectId::kNoiseReduction), values, prompts, transport, doc,
+                      parent),
+      profile_(profile) {
+    auto* take = new QPushButton(QStringLiteral("Get Noise Profile"), this);
+    take->setObjectName(QStringLiteral("noiseProfile"));
+    take->setAutoDefault(false);
+    take->setToolTip(QStringLiteral("Takes the selection as the noise to remove."));
+    if (auto* buttons = findChild<QDialogButtonBox*>())
+        buttons->addButton(take, QDialogButtonBox::ActionRole);
+    connect(take, &QPushButton::clicked, this, &LNoiseReductionDlg::GetNoiseProfile);
+}
+
+void LNoiseReductionDlg::GetNoiseProfile() {
+    int32_t length = 0;
+    const LCutListAudio copy = SelectionCopy(length);
+    LNoiseProfile measured;
+    MeasureNoiseProfile(nullptr, LSourceRef(new LSRCCutListAudio(copy)), length, false, measured);
+    if (measured.Empty()) {
+        const int32_t ms = static_cast<int32_t>(
+            int64_t{NoiseFrameSize(static_cast<int32_t>(Document().audio.GetSampleRate()))} * 1000 /
+            std::max<uint32_t>(Document().audio.GetSampleRate(), 1));
+        Prompts().Inform(QStringLiteral("Noise Reduction"),
+                         QStringLiteral("Select at least %1 ms of noise alone, then press Get "
+                                        "Noise Profile.")
+                             .arg(ms + 1));
+        return;
+    }
+    profile_ = std::move(measured);
+    reject();
+}
+
+LSourceRef LNoiseReductionDlg::BuildPreviewSource() {
+    std::vector<int32_t> values;
+    if (!CurrentValues(values) || values.empty())
+        return {};
+    int32_t length = 0;
+    const LCutListAudio copy = SelectionCopy(length);
+    return MakeNoiseReductionSource(LSourceRef(new LSRCCutListAudio(copy)), values[0],
+                                    ProfileFor(profile_, Document().audio.GetSampleRate()));
+}
+
 bool LQtEffectDialog::Ask(const LEffectInfo& info, std::vector<int32_t>& values) {
     std::unique_ptr<LOMEffectDialog> dialog;
-    if (info.id == LEffectId::kAutoClickPop)
+    if (info.id == LEffectId::kNoiseReduction && noiseProfile_)
+        dialog = std::make_unique<LNoiseReductionDlg>(values, prompts_, transport_, doc_, parent_,
+                                                      *noiseProfile_);
+    else if (info.id == LEffectId::kAutoClickPop)
         dialog = std::make_unique<LAutoClickPopDlg>(values, prompts_, transport_, doc_, parent_);
     else
         dialog =

@@ -24,6 +24,7 @@
 #include "app/preview_dialog.h"
 #include "app/user_prompts.h"
 #include "effects/effect_driver.h"
+#include "effects/noise_reduction.h"
 
 namespace osmera {
 
@@ -47,6 +48,7 @@ class LOMEffectDialog : public LOMPreviewDialog {
     // The values as typed when all are valid; false otherwise.
     bool CurrentValues(std::vector<int32_t>& values) const;
     const LEffectInfo& Info() const { return info_; }
+    LUserPrompts& Prompts() const { return prompts_; }
 
   private:
     const LEffectInfo& info_;
@@ -63,6 +65,29 @@ class LAutoClickPopDlg : public LOMEffectDialog {
   protected:
     LSourceRef BuildPreviewSource() override;
 };
+
+// Noise Reduction's dialog. "Get Noise Profile" measures the selection as the noise to
+// remove into `profile` (borrowed, the editor's) and closes the dialog: the user then
+// selects what to clean and runs the effect again. The preview uses the profile when it
+// was taken at the document's rate, and estimates one from the quietest parts otherwise,
+// as the effect does.
+class LNoiseReductionDlg : public LOMEffectDialog {
+    Q_OBJECT
+  public:
+    LNoiseReductionDlg(const std::vector<int32_t>& values, LUserPrompts& prompts,
+                       LEditorTransport* transport, const LOMFile& doc, QWidget* parent,
+                       LNoiseProfile& profile);
+    void GetNoiseProfile();
+
+  protected:
+    LSourceRef BuildPreviewSource() override;
+
+  private:
+    LNoiseProfile& profile_;
+};
+
+// The profile when it was measured at `sampleRate`; an empty one otherwise.
+const LNoiseProfile& ProfileFor(const LNoiseProfile& profile, uint32_t sampleRate);
 
 // True when effect `id` has a preview in its dialog.
 bool HasEffectPreview(LEffectId id);
@@ -84,8 +109,12 @@ class LQtEffectDialog : public LEffectDialog {
 
     bool Ask(const LEffectInfo& info, std::vector<int32_t>& values) override;
     void ShowMessage(const std::string& title, const std::string& text) override;
+    // The noise profile Noise Reduction's dialog takes and uses (borrowed; null: the
+    // dialog has no "Get Noise Profile").
+    void SetNoiseProfile(LNoiseProfile* profile) { noiseProfile_ = profile; }
 
   private:
+    LNoiseProfile* noiseProfile_ = nullptr;
     QWidget* parent_;
     LUserPrompts& prompts_;
     LEditorTransport* transport_;

@@ -32,6 +32,7 @@
 #include "app/user_prompts.h"
 #include "edit/document_controller.h"
 #include "effects/effect_table.h"
+#include "effects/noise_reduction.h"
 
 class QAction;
 class QMdiSubWindow;
@@ -40,6 +41,8 @@ namespace osmera {
 
 class LCommandMenus;
 class LEffectDialog;
+class LEffectDriver;
+class LEqualizerDialog;
 class LOMEffectDialog;
 class LDocumentModel;
 class LEditorTransport;
@@ -107,6 +110,9 @@ class MainDialog : public QObject, public LDocumentListener {
 
     LDocumentController& Controller() { return controller_; }
     // Tests: runs each effect dialog instead of its exec(); returns the dialog's result.
+    void SetEqualizerDialogRunner(std::function<int(LEqualizerDialog&)> run) {
+        equalizerDialogRunner_ = std::move(run);
+    }
     void SetEffectDialogRunner(std::function<int(LOMEffectDialog&)> run) {
         effectDialogRunner_ = std::move(run);
     }
@@ -183,7 +189,10 @@ class MainDialog : public QObject, public LDocumentListener {
     // Runs effect `id` on the current document through the engine's effect driver, with
     // `dialog` (the table-built effect dialog when null) and the progress window
     // (main_dialog_effects.cpp).
-    void RunEffect(LEffectId id, LEffectDialog* dialog = nullptr);
+    // `prepare` hands the driver what the effect needs beyond its values (a file, a list,
+    // equalizer gains) before it runs.
+    void RunEffect(LEffectId id, LEffectDialog* dialog = nullptr,
+                   const std::function<void(LEffectDriver&)>& prepare = {});
     void NotAvailable(uint16_t id);
     void NotAvailable(const QString& feature);
     void TileWindows(bool stacked);
@@ -262,6 +271,7 @@ class MainDialog : public QObject, public LDocumentListener {
     void CmConstantPitchSpeed();
     void CmConstantSpeedPitch();
     void CmCompressor();
+    void CmLoudnessNormalize();
     void CmDcOffset();
     void CmPluginEffects();
     void CmPlugins();
@@ -320,6 +330,9 @@ class MainDialog : public QObject, public LDocumentListener {
     QTimer helpTimer_;
     bool undoAvailable_ = false;
     std::function<int(LOMEffectDialog&)> effectDialogRunner_;
+    std::function<int(LEqualizerDialog&)> equalizerDialogRunner_;
+    // The noise Noise Reduction removes, taken by its dialog; kept for the whole run.
+    LNoiseProfile noiseProfile_;
     int busy_ = 0;  // > 0 while a file job runs; requests from outside wait for it
 };
 

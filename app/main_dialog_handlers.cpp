@@ -72,6 +72,7 @@ std::span<const MainDialog::LHandler> MainDialog::Handlers() {
         {kIdConstantPitchSpeed, &MainDialog::CmConstantPitchSpeed},
         {kIdConstantSpeedPitch, &MainDialog::CmConstantSpeedPitch},
         {kIdCompressor, &MainDialog::CmCompressor},
+        {kIdLoudnessNormalize, &MainDialog::CmLoudnessNormalize},
         {kIdDcOffset, &MainDialog::CmDcOffset},
         {kIdPluginEffects, &MainDialog::CmPluginEffects},
         {kIdPlugins, &MainDialog::CmPlugins},

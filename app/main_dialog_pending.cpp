@@ -36,62 +36,6 @@ void MainDialog::CmEditTags() {
     NotAvailable(kIdEditTags);
 }
 
-void MainDialog::CmPasteMix() {
-    NotAvailable(kIdPasteMix);
-}
-
-void MainDialog::CmPasteMixFromClipboard() {
-    NotAvailable(kIdPasteMixFromClipboard);
-}
-
-void MainDialog::CmMixFile() {
-    NotAvailable(kIdMixFile);
-}
-
-void MainDialog::CmHighPass() {
-    NotAvailable(kIdHighPass);
-}
-
-void MainDialog::CmEqualizer() {
-    NotAvailable(kIdEqualizer);
-}
-
-void MainDialog::CmEcho() {
-    NotAvailable(kIdEcho);
-}
-
-void MainDialog::CmReverb() {
-    NotAvailable(kIdReverb);
-}
-
-void MainDialog::CmCrossFade() {
-    NotAvailable(kIdCrossFade);
-}
-
-void MainDialog::CmAutoGain() {
-    NotAvailable(kIdAutoGain);
-}
-
-void MainDialog::CmNoiseReduction() {
-    NotAvailable(kIdNoiseReduction);
-}
-
-void MainDialog::CmSimpleSpeedPitch() {
-    NotAvailable(kIdSimpleSpeedPitch);
-}
-
-void MainDialog::CmConstantPitchSpeed() {
-    NotAvailable(kIdConstantPitchSpeed);
-}
-
-void MainDialog::CmConstantSpeedPitch() {
-    NotAvailable(kIdConstantSpeedPitch);
-}
-
-void MainDialog::CmCompressor() {
-    NotAvailable(kIdCompressor);
-}
-
 void MainDialog::CmPluginEffects() {
     NotAvailable(kIdPluginEffects);
 }

@@ -46,30 +46,37 @@ LEditResult LDocumentController::CmCopyToSystemClipboard(LClipboardExchange& exc
     return LEditResult::kDone;
 }
 
-LEditResult LDocumentController::CmPasteFromSystemClipboard(LClipboardExchange& exchange,
-                                                            LProgress* progress) {
-    if (!current_)
-        return LEditResult::kNoDocument;
+bool LDocumentController::LoadSystemClipboard(LClipboardExchange& exchange, LCutListAudio& audio,
+                                              LProgress* progress) {
     std::vector<uint8_t> bytes;
     if (!exchange.GetWaveData(bytes))
-        return LEditResult::kClipboardEmpty;
-    if (const LEditResult why = CheckFreeCuts(); why != LEditResult::kDone)
-        return why;
+        return false;
     const std::string path = ClipboardFilePath();
     {
         std::ofstream out(path, std::ios::binary | std::ios::trunc);
         out.write(reinterpret_cast<const char*>(bytes.data()),
                   static_cast<std::streamsize>(bytes.size()));
         if (!out) {
-            LTrace("LDocumentController::CmPasteFromSystemClipboard cannot write clipboard.wav");
-            return LEditResult::kClipboardEmpty;
+            LTrace("LDocumentController::LoadSystemClipboard cannot write clipboard.wav");
+            return false;
         }
     }
-    LCutListAudio loaded;
-    if (LoadAudioFile(path, loaded, progress, nullptr, "Loading Audio File Source") != kJobDone) {
-        LTrace("LDocumentController::CmPasteFromSystemClipboard cannot load clipboard.wav");
-        return LEditResult::kClipboardEmpty;
+    if (LoadAudioFile(path, audio, progress, nullptr, "Loading Audio File Source") != kJobDone) {
+        LTrace("LDocumentController::LoadSystemClipboard cannot load clipboard.wav");
+        return false;
     }
+    return true;
+}
+
+LEditResult LDocumentController::CmPasteFromSystemClipboard(LClipboardExchange& exchange,
+                                                            LProgress* progress) {
+    if (!current_)
+        return LEditResult::kNoDocument;
+    if (const LEditResult why = CheckFreeCuts(); why != LEditResult::kDone)
+        return why;
+    LCutListAudio loaded;
+    if (!LoadSystemClipboard(exchange, loaded, progress))
+        return LEditResult::kClipboardEmpty;
     return PasteList(loaded, false, "Paste");
 }
 

@@ -156,6 +156,10 @@ class LDocumentController {
 
     // The controller's clipboard, one list for the whole run.
     LCutListAudio& GetClipboard() { return clipboard_; }
+    // The system clipboard's wave audio loaded into new cuts of `audio`; false when the
+    // clipboard holds none that loads.
+    bool LoadSystemClipboard(LClipboardExchange& exchange, LCutListAudio& audio,
+                             LProgress* progress);
 
     // Saves the selection as a 16-bit WAV "clipboard.wav" in the folder "Folders"/"Current",
     // hands its bytes to `exchange` and deletes the file. Needs a selection.

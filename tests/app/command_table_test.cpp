@@ -93,6 +93,8 @@ const Expected kExpected[] = {
     {4016, "Constant Speed and Pitch Change...", "Adjusts pitch without changing the speed."},
     {4012, "Dynamic Range Compressor...", "Volume compression, limiting or noise gates."},
     {4017, "DCOffset Correction", "Removes DC component to avoid clicks when editing."},
+    {4023, "Loudness Normalize...",
+     "Brings the loudness to a target in LUFS (EBU R128) under a true-peak ceiling."},
     {4019, "LV2 Effects...", ""},
     {4020, "LADSPA Plugins...", ""},
     {3001, "&Record\tF5", "Records at the current position (or over selection)."},

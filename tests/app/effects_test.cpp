@@ -4,17 +4,24 @@
 // the preview playing exactly the processed selection without touching the document.
 #include <gtest/gtest.h>
 
+#include <QAction>
+#include <QComboBox>
 #include <QDialogButtonBox>
 #include <QElapsedTimer>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QSlider>
+#include <QStatusBar>
 #include <QTest>
 #include <QTimer>
 #include <cstdlib>
 
+#include "app/command_menus.h"
 #include "app/effect_dialog.h"
+#include "app/equalizer_dialog.h"
 #include "edit/src_cut_list_audio.h"
 #include "effects/click_repair.h"
+#include "effects/filter_effects.h"
 #include "formats/open_audio_source.h"
 #include "platform/qt_progress.h"
 #include "tests/app/app_fixture.h"
@@ -184,6 +191,69 @@ TEST_F(Effects, PreviewPlaysTheProcessedSelectionAndLeavesTheDocument) {
     for (size_t i = 0; i < made.size(); ++i)
         ASSERT_LE(std::abs(heard[i] - made[i]), 8) << i;
     EXPECT_NE(made, Samples(LSourceRef(new LSRCCutListAudio(selection))));
+}
+
+// The effects whose dialogs hold more than numbers: the compressor's ratio list, the
+// equalizer's bands kept in "equalizer.dat", the noise profile taken by Noise Reduction's
+// dialog, and the file Mix File asks for first.
+TEST_F(Effects, DialogsBeyondNumbersReachTheEngine) {
+    settings.SetInt("Settings", "AutoPlaybackAfterEffects", 0);
+    LOMFile& doc = Open("a.wav");
+    std::vector<int32_t> before = Samples(doc.audio);
+
+    main->SetEffectDialogRunner([](LOMEffectDialog& d) {
+        auto* ratio = d.findChild<QComboBox*>();
+        EXPECT_EQ(ratio->count(), 8);
+        ratio->setCurrentIndex(2);  // 2:1
+        d.Field(0)->setText("-20");
+        d.accept();
+        return d.result();
+    });
+    main->Dispatch(kIdCompressor);
+    EXPECT_EQ(settings.GetInt("StoredValues", "CompressorRatio", -1), 2);
+    EXPECT_NE(Samples(doc.audio), before);
+    main->Dispatch(kIdUndo);
+
+    main->SetEqualizerDialogRunner([](LEqualizerDialog& d) {
+        d.ApplyPreset("bass-boost");
+        d.Band(9)->setValue(-120);
+        d.accept();
+        return d.result();
+    });
+    main->Dispatch(kIdEqualizer);
+    std::vector<int32_t> kept;
+    ASSERT_TRUE(LoadEqualizerGains(dir.File("equalizer.dat"), kept));
+    std::vector<int32_t> expected = EqualizerPreset("bass-boost");
+    expected[9] = -120;
+    EXPECT_EQ(kept, expected);
+    EXPECT_EQ(main->Menus().Action(kIdUndo)->text(), "Undo Equalizer\tCtrl+Z");
+    main->Dispatch(kIdUndo);
+    EXPECT_EQ(Samples(doc.audio), before);
+
+    // Get Noise Profile takes the selection and closes the dialog; nothing is applied.
+    doc.SetSelection(0, 4000);
+    main->SetEffectDialogRunner([](LOMEffectDialog& d) {
+        d.findChild<QPushButton*>("noiseProfile")->click();
+        return d.result();
+    });
+    main->Dispatch(kIdNoiseReduction);
+    EXPECT_TRUE(frame->statusBar()->currentMessage().contains("Noise profile taken"));
+    EXPECT_EQ(Samples(doc.audio), before);
+    EXPECT_FALSE(doc.CurrentUndoStep().IsAvailable());
+
+    // Mix File asks for the file, remembers its folder and mixes it in.
+    MakeWave("other.wav", 4000);
+    prompts.openAnswer = {QString::fromStdString(dir.File("other.wav"))};
+    main->SetEffectDialogRunner([](LOMEffectDialog& d) {
+        d.accept();
+        return d.result();
+    });
+    doc.SetSelection(0, 0);
+    main->Dispatch(kIdMixFile);
+    EXPECT_EQ(settings.GetText("Settings", "MixFileDir", ""), dir.Path().string());
+    const std::vector<int32_t> mixed = Samples(doc.audio);
+    ASSERT_EQ(mixed.size(), before.size());
+    EXPECT_EQ(mixed[100], before[100] * 2);  // the same ramp, at 100 %
 }
 
 }  // namespace

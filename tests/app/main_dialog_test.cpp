@@ -10,6 +10,7 @@
 
 #include "app/command_menus.h"
 #include "app/envelope_dialog.h"
+#include "app/equalizer_dialog.h"
 #include "display/document_model.h"
 #include "tests/app/app_fixture.h"
 
@@ -94,7 +95,22 @@ TEST_F(Editor, EveryCommandReachesItsHandlerOrSaysItIsNotAvailable) {
                                       kIdAutoTrim,
                                       kIdAutoClickPop,
                                       kIdManualClickPop,
-                                      kIdEnvelope};
+                                      kIdEnvelope,
+                                      kIdHighPass,
+                                      kIdEcho,
+                                      kIdReverb,
+                                      kIdAutoGain,
+                                      kIdNoiseReduction,
+                                      kIdSimpleSpeedPitch,
+                                      kIdConstantPitchSpeed,
+                                      kIdConstantSpeedPitch,
+                                      kIdCompressor,
+                                      kIdLoudnessNormalize,
+                                      kIdCrossFade,  // nothing on the clipboard: refused
+                                      kIdPasteMix,
+                                      kIdPasteMixFromClipboard,
+                                      kIdMixFile,  // no file chosen
+                                      kIdEqualizer};
     for (const LCommandRow& row : CommandTable()) {
         SCOPED_TRACE(row.id);
         LOMFile& doc = Open("a.wav");
@@ -107,6 +123,7 @@ TEST_F(Editor, EveryCommandReachesItsHandlerOrSaysItIsNotAvailable) {
                     dialog->reject();
             });
         }
+        main->SetEqualizerDialogRunner([](LEqualizerDialog&) { return int{QDialog::Rejected}; });
         EXPECT_TRUE(main->Dispatch(row.id));
         if (wired.count(row.id)) {
             for (const QString& told : prompts.told)
