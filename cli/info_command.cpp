@@ -5,27 +5,62 @@
 // frames= and time= give the length the file states. A file that ends before its header
 // says adds present-frames= and present-time=, one longer than a document can hold adds
 // opened-frames=, and either, or more than two channels, adds a quoted warning=.
+// reader= names the reader that opened the file (wav, sndfile, ffmpeg, raw), duration=
+// the stated length in seconds, and the tags the file has follow as title=, artist=,
+// album=, year=, genre=, comment= and track=. --rate, --channels, --encoding and --endian
+// describe headerless files (.raw, .pcm, .vox, .gsm).
 
 #include <cstdio>
 
 #include "cli/args.h"
 #include "cli/commands.h"
+#include "cli/format_options.h"
 #include "cli/source_description.h"
+#include "formats/audio_tags.h"
 #include "formats/open_audio_source.h"
 #include "formats/open_error_message.h"
 #include "formats/opened_file_facts.h"
 
 namespace osmera::cli {
+namespace {
+
+const char* ReaderName(LReaderKind kind) {
+    switch (kind) {
+        case LReaderKind::kWav:
+            return "wav";
+        case LReaderKind::kSndFile:
+            return "sndfile";
+        case LReaderKind::kFfmpeg:
+            return "ffmpeg";
+        case LReaderKind::kRaw:
+        case LReaderKind::kVox:
+        case LReaderKind::kGsm:
+            return "raw";
+        case LReaderKind::kUnknown:
+            break;
+    }
+    return "unknown";
+}
+
+}  // namespace
 
 int RunInfo(int argc, char** argv) {
-    LArgs args(argc, argv, {});
+    LArgs args(argc, argv, OpenOptionNames());
     if (!args.Error().empty() || args.Positional().empty()) {
         PrintError(args.Error().empty() ? "info needs at least one file" : args.Error());
         return kExitUsage;
     }
+    LOpenOptions options;
+    std::string error;
+    if (!ParseOpenOptions(args, options, error)) {
+        PrintError(error);
+        return kExitUsage;
+    }
+    options.multichannel = LOpenOptions::Channels::kKeep;
     int exitCode = kExitOk;
     for (const std::string& path : args.Positional()) {
-        LSourceRef source = OpenAudioSource(path);
+        LOpenReport opened;
+        LSourceRef source = OpenAudioSource(path, options, &opened);
         if (!source->IsOk()) {
             std::printf("file=%s error=%d message=%s\n", QuoteValue(path).c_str(),
                         source->GetError(),
@@ -43,6 +78,21 @@ int RunInfo(int argc, char** argv) {
                            " rate=" + std::to_string(rate) + " bits=" + std::to_string(d.bits) +
                            " frames=" + std::to_string(facts.claimedFrames) +
                            " time=" + LOpenedFileFacts::TimeText(facts.claimedFrames, rate);
+        char seconds[32];
+        std::snprintf(seconds, sizeof seconds, "%.3f",
+                      static_cast<double>(facts.claimedFrames) / static_cast<double>(rate));
+        line += std::string(" duration=") + seconds + " reader=" + ReaderName(opened.reader);
+        const LAudioTags tags = ReadAudioTags(path);
+        for (const auto& [key, value] : {std::pair<const char*, std::string>{"title", tags.title},
+                                         {"artist", tags.artist},
+                                         {"album", tags.album},
+                                         {"year", tags.year ? std::to_string(tags.year) : ""},
+                                         {"genre", tags.genre},
+                                         {"comment", tags.comment},
+                                         {"track", tags.track ? std::to_string(tags.track) : ""}}) {
+            if (!value.empty())
+                line += std::string(" ") + key + "=" + QuoteValue(value);
+        }
         if (facts.MissingFrames() > 0) {
             line += " present-frames=" + std::to_string(facts.presentFrames) +
                     " present-time=" + LOpenedFileFacts::TimeText(facts.presentFrames, rate);

@@ -182,6 +182,19 @@ LSRCSndFile::LSRCSndFile(const std::string& path) : LSoundSourceBase(44100, 1, k
     Adopt(info.frames, info.samplerate, info.channels, info.format, path);
 }
 
+LSRCSndFile::LSRCSndFile(const std::string& path, int rawFormat, int32_t rate, int32_t nChans)
+    : LSoundSourceBase(44100, 1, kPeak16Bit) {
+    SF_INFO info{};
+    info.format = rawFormat;
+    info.samplerate = rate;
+    info.channels = nChans;
+    {
+        QuietStderr quiet;
+        sf_ = sf_open(path.c_str(), SFM_READ, &info);
+    }
+    Adopt(info.frames, info.samplerate, info.channels, info.format, path);
+}
+
 LSRCSndFile::LSRCSndFile(LFile file, int64_t dataStart, uint32_t dataSize,
                          std::vector<uint8_t> format)
     : LSoundSourceBase(44100, 1, kPeak16Bit), virtual_(std::make_unique<VirtualWav>()) {

@@ -35,6 +35,9 @@ class LSRCSndFile : public LSoundSourceBase, public LFileFacts {
 
     // Opens a whole file of any kind libsndfile knows, by path.
     explicit LSRCSndFile(const std::string& path);
+    // Opens a headerless file (raw PCM, VOX, GSM 6.10) by path, as libsndfile's format
+    // code `rawFormat` (SF_FORMAT_RAW | encoding | byte order) at `rate` with `nChans`.
+    LSRCSndFile(const std::string& path, int rawFormat, int32_t rate, int32_t nChans);
     // Decodes the data of a WAV file whose chunks were already walked: `format` is the
     // body of its "fmt " chunk, and the data lies at byte `dataStart` of `file` for
     // `dataSize` bytes (0xFFFFFFFF, or any size past the end of the file, means up to the
