@@ -78,10 +78,23 @@ int RunInfo(int argc, char** argv) {
                            " rate=" + std::to_string(rate) + " bits=" + std::to_string(d.bits) +
                            " frames=" + std::to_string(facts.claimedFrames) +
                            " time=" + LOpenedFileFacts::TimeText(facts.claimedFrames, rate);
+        if (facts.MissingFrames() > 0) {
+            line += " present-frames=" + std::to_string(facts.presentFrames) +
+                    " present-time=" + LOpenedFileFacts::TimeText(facts.presentFrames, rate);
+        }
+        if (facts.LeftOutFrames() > 0)
+            line += " opened-frames=" + std::to_string(facts.openedFrames);
+        std::string warning = facts.ChannelsNote(path);
+        for (const std::string& w : facts.Warnings(path))
+            warning += (warning.empty() ? "" : " ") + w;
+        if (!warning.empty())
+            line += " warning=" + QuoteValue(warning, true);
+        // Added after the older fields, so that scripts reading those keep working.
+        std::string extra;
         char seconds[32];
         std::snprintf(seconds, sizeof seconds, "%.3f",
                       static_cast<double>(facts.claimedFrames) / static_cast<double>(rate));
-        line += std::string(" duration=") + seconds + " reader=" + ReaderName(opened.reader);
+        extra += std::string(" duration=") + seconds + " reader=" + ReaderName(opened.reader);
         const LAudioTags tags = ReadAudioTags(path);
         for (const auto& [key, value] : {std::pair<const char*, std::string>{"title", tags.title},
                                          {"artist", tags.artist},
@@ -91,20 +104,9 @@ int RunInfo(int argc, char** argv) {
                                          {"comment", tags.comment},
                                          {"track", tags.track ? std::to_string(tags.track) : ""}}) {
             if (!value.empty())
-                line += std::string(" ") + key + "=" + QuoteValue(value);
+                extra += std::string(" ") + key + "=" + QuoteValue(value);
         }
-        if (facts.MissingFrames() > 0) {
-            line += " present-frames=" + std::to_string(facts.presentFrames) +
-                    " present-time=" + LOpenedFileFacts::TimeText(facts.presentFrames, rate);
-        }
-        if (facts.LeftOutFrames() > 0)
-            line += " opened-frames=" + std::to_string(facts.openedFrames);
-        std::string warning = facts.ChannelsRefusal(path);
-        for (const std::string& w : facts.Warnings(path))
-            warning += (warning.empty() ? "" : " ") + w;
-        if (!warning.empty())
-            line += " warning=" + QuoteValue(warning, true);
-        std::printf("%s\n", line.c_str());
+        std::printf("%s%s\n", line.c_str(), extra.c_str());
     }
     return exitCode;
 }

@@ -31,21 +31,34 @@ void Fill(TagLib::Tag& tag, const LAudioTags& tags) {
     tag.setTrack(tags.track);
 }
 
+void Merge(LAudioTags& tags, const TagLib::Tag& tag) {
+    auto take = [](std::string& field, const TagLib::String& value) {
+        if (field.empty())
+            field = Utf8(value);
+    };
+    take(tags.title, tag.title());
+    take(tags.artist, tag.artist());
+    take(tags.album, tag.album());
+    take(tags.genre, tag.genre());
+    take(tags.comment, tag.comment());
+    if (tags.year == 0)
+        tags.year = tag.year();
+    if (tags.track == 0)
+        tags.track = tag.track();
+}
+
 }  // namespace
 
 LAudioTags ReadAudioTags(const std::string& path) {
     LAudioTags tags;
     TagLib::FileRef file(path.c_str(), false);
-    if (file.isNull() || !file.tag())
+    if (file.isNull())
         return tags;
-    const TagLib::Tag& tag = *file.tag();
-    tags.title = Utf8(tag.title());
-    tags.artist = Utf8(tag.artist());
-    tags.album = Utf8(tag.album());
-    tags.genre = Utf8(tag.genre());
-    tags.comment = Utf8(tag.comment());
-    tags.year = tag.year();
-    tags.track = tag.track();
+    if (file.tag())
+        Merge(tags, *file.tag());
+    // A WAV file's general tag is its ID3v2 chunk; its LIST INFO fills what that lacks.
+    if (auto* wav = dynamic_cast<TagLib::RIFF::WAV::File*>(file.file()); wav && wav->hasInfoTag())
+        Merge(tags, *wav->InfoTag());
     return tags;
 }
 

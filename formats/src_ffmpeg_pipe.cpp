@@ -107,7 +107,7 @@ LSourceRef LSRCFfmpegPipe::Open(const std::string& path) {
     int64_t nChans = 0;
     const bool haveRate = values.count("sample_rate") && ToInt(values.at("sample_rate"), rate);
     const bool haveChans = values.count("channels") && ToInt(values.at("channels"), nChans);
-    if (!haveRate || !haveChans) {
+    if (!haveRate || !haveChans || rate == 0 || nChans == 0) {
         const std::string said = probe.ErrorText();
         LTracef("LSRCFfmpegPipe::Open no audio stream in %s: %s", path.c_str(), said.c_str());
         return MakeFailedSource(kSourceBadParams,
