@@ -28,8 +28,11 @@ LReaderKind Sniff(const std::string& path) {
 // libsndfile first; ffmpeg when libsndfile cannot decode the file. A file neither can read
 // is corrupt (3), unless ffmpeg is missing and its reason says what to install.
 LSourceRef OpenDecoded(const std::string& path, LReaderKind& used) {
-    LSourceRef sndFile = MakeRef<LSRCSndFile>(path);
-    if (sndFile->IsOk()) {
+    auto sndFile = MakeRef<LSRCSndFile>(path);
+    // libsndfile takes any file named ".au" without a header for raw mu-law; a file whose
+    // content no reader recognised is not audio of that kind.
+    const bool guessedRaw = (sndFile->GetSndFileFormat() & SF_FORMAT_TYPEMASK) == SF_FORMAT_RAW;
+    if (sndFile->IsOk() && !guessedRaw) {
         used = LReaderKind::kSndFile;
         return sndFile;
     }

@@ -65,6 +65,8 @@ LSNKSndFile::LSNKSndFile(const std::string& fileName, const LWriteFormat& format
         return;
     }
     sf_ = sf_open(fileName.c_str(), SFM_WRITE, &info);
+    const int sub = info.format & SF_FORMAT_SUBMASK;
+    float_ = sub == SF_FORMAT_FLOAT || sub == SF_FORMAT_DOUBLE;
     if (!sf_) {
         LTracef("LSNKSndFile::LSNKSndFile unable to open file: %s (%s)", fileName.c_str(),
                 sf_strerror(nullptr));
@@ -107,8 +109,6 @@ void LSNKSndFile::ApplyOptions(const LWriteFormat& format, const LWriteOptions& 
     }
     if (!ok)
         LTrace("LSNKSndFile::ApplyOptions libsndfile refused an encoder setting");
-    // Float data is written as the integers scaled; libsndfile keeps them exact.
-    SetInt(sf_, SFC_SET_NORM_FLOAT, SF_TRUE);
 }
 
 LSNKSndFile::~LSNKSndFile() {
@@ -139,7 +139,17 @@ void LSNKSndFile::Write(const int32_t* buffer, int32_t frames) {
 }
 
 void LSNKSndFile::WriteFrames(const int32_t* samples, int64_t frames, bool last) {
-    const sf_count_t got = sf_writef_int(sf_, samples, frames);
+    sf_count_t got = 0;
+    if (float_) {
+        // Float files hold full scale as 1.0: the internal value over 524288, which a
+        // float keeps exactly (the scaled value is shifted back first).
+        asDouble_.resize(static_cast<size_t>(frames) * channels);
+        for (size_t i = 0; i < asDouble_.size(); ++i)
+            asDouble_[i] = static_cast<double>(samples[i] >> 12) / 524288.0;
+        got = sf_writef_double(sf_, asDouble_.data(), frames);
+    } else {
+        got = sf_writef_int(sf_, samples, frames);
+    }
     // The last write of a VOX file may lose its odd final sample, or count a padding one.
     if (got == frames || (last && got + 1 >= frames))
         return;

@@ -4,10 +4,10 @@
 // float WAV.
 //
 // Samples go to libsndfile as 32-bit integers (the internal value shifted left by 12, the
-// same scale as the program's own 32-bit WAV writer), so PCM of any width and float get
-// every bit the internal form holds. The sink writes the file it is given from the start;
-// callers write to a temporary and rename it when Finish() succeeded (formats/
-// audio_file_writer.h does both).
+// same scale as the program's own 32-bit WAV writer), and to float files as the internal
+// value over 524288, so PCM of any width and float keep every bit the internal form holds. The sink
+// writes the file it is given from the start; callers write to a temporary and rename it when
+// Finish() succeeded (formats/ audio_file_writer.h does both).
 //
 // Failures are states: IsError() when the file could not be created (the message in
 // ErrorText()); WriteFailed() once libsndfile refused data. One thread at a time.
@@ -53,7 +53,9 @@ class LSNKSndFile : public LSoundSinkBase {
     void WriteFrames(const int32_t* samples, int64_t frames, bool last);
 
     sf_private_tag* sf_ = nullptr;
-    std::vector<int32_t> scaled_;  // converted frames not yet handed to libsndfile
+    std::vector<int32_t> scaled_;   // converted frames not yet handed to libsndfile
+    std::vector<double> asDouble_;  // a block for float files
+    bool float_ = false;            // the file holds float samples
     bool writeFailed_ = false;
     bool finished_ = false;
     bool finishResult_ = false;
