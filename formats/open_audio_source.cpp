@@ -53,6 +53,13 @@ LSourceRef OpenDecoded(const std::string& path, LReaderKind& used) {
 }
 
 LSourceRef OpenHeaderless(const std::string& path, LReaderKind kind, const LRawParams& raw) {
+    LFile probe;
+    if (!probe.Open(path, LFile::Mode::kRead))
+        return MakeFailedSource(kSourceNotOpened);
+    // Any bytes are valid headerless audio, but no bytes are no audio.
+    if (probe.Size() == 0)
+        return MakeFailedSource(kSourceBadParams, "The file is empty.");
+    probe.Close();
     int format = raw.SndFileFormat();
     if (kind == LReaderKind::kVox)
         format = SF_FORMAT_RAW | SF_FORMAT_VOX_ADPCM;
@@ -61,9 +68,6 @@ LSourceRef OpenHeaderless(const std::string& path, LReaderKind kind, const LRawP
     LSourceRef source = MakeRef<LSRCSndFile>(path, format, raw.sampleRate, raw.channels);
     if (source->IsOk())
         return source;
-    LFile probe;
-    if (!probe.Open(path, LFile::Mode::kRead))
-        return MakeFailedSource(kSourceNotOpened);
     return MakeFailedSource(kSourceBadParams, "It cannot be read as headerless audio of " +
                                                   std::to_string(raw.channels) + " channel(s) at " +
                                                   std::to_string(raw.sampleRate) + " Hz.");
