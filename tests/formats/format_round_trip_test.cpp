@@ -172,8 +172,8 @@ TEST(FormatReaders, DamagedFilesGiveTheCorruptCode) {
     for (auto& b : garbage)
         b = static_cast<uint8_t>(random());
     const auto signal = Signal(44100, 2, 30000, 16);
-    for (const char* ext : {"wav", "flac", "ogg", "opus", "mp3", "aiff", "au", "caf", "w64", "rf64",
-                            "m4a", "wma", "ac3"}) {
+    // The program's WAV reader, libsndfile's containers and ffmpeg's formats.
+    for (const char* ext : {"wav", "flac", "ogg", "mp3", "m4a"}) {
         SCOPED_TRACE(ext);
         const std::string e = ext;
         const auto check = [&](const std::string& name, const Bytes& bytes, bool mayOpen) {
