@@ -17,6 +17,8 @@
 namespace osmera {
 namespace {
 
+// Paths go to ffmpeg as "file:PATH", so a file named like a protocol ("http://...",
+// "concat:...") or an option is still read as the local file it is.
 constexpr int kProbeTimeoutMs = 30000;
 constexpr int kDecodeTimeoutMs = 20000;
 constexpr int32_t kBytesPerSample = 4;
@@ -96,7 +98,7 @@ LSourceRef LSRCFfmpegPipe::Open(const std::string& path) {
     if (!probe.Start({ffprobe, "-v", "error", "-select_streams", "a:0", "-show_entries",
                       "stream=codec_name,sample_rate,channels,time_base,duration_ts:format="
                       "duration",
-                      "-of", "default=noprint_wrappers=1", "--", path}))
+                      "-of", "default=noprint_wrappers=1", "file:" + path}))
         return MakeFailedSource(kSourceCodecFailed, kMissingFfmpeg);
     std::string text;
     if (!probe.ReadAll(text, 1 << 16, kProbeTimeoutMs)) {
