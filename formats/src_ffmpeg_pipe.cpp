@@ -159,9 +159,9 @@ bool LSRCFfmpegPipe::StartAt(int64_t frame) {
                       static_cast<double>(frame) / static_cast<double>(sampleRate));
         argv.insert(argv.end(), {"-ss", seconds});
     }
-    argv.insert(argv.end(),
-                {"-i", path_, "-map", "0:a:0", "-vn", "-f", "s32le", "-acodec", "pcm_s32le", "-ar",
-                 std::to_string(sampleRate), "-ac", std::to_string(channels), "pipe:1"});
+    argv.insert(argv.end(), {"-i", "file:" + path_, "-map", "0:a:0", "-vn", "-f", "s32le",
+                             "-acodec", "pcm_s32le", "-ar", std::to_string(sampleRate), "-ac",
+                             std::to_string(channels), "pipe:1"});
     started_ = !ffmpeg.empty() && decoder_.Start(argv);
     ended_ = !started_;
     decoderFrame_ = frame;
