@@ -94,6 +94,10 @@ bool LChildProcess::ReadAll(std::string& out, int64_t limit, int timeoutMs) {
             break;
         out.append(block, static_cast<size_t>(got));
     }
+    // A child with more to say than `limit` would block on the full pipe: it is stopped
+    // (its error output stays readable).
+    if (static_cast<int64_t>(out.size()) >= limit && pid_ > 0)
+        ::kill(pid_, SIGKILL);
     Wait();
     return true;
 }
@@ -101,8 +105,20 @@ bool LChildProcess::ReadAll(std::string& out, int64_t limit, int timeoutMs) {
 int LChildProcess::Wait() {
     int status = -1;
     if (pid_ > 0) {
+        // A child that closed its output ends at once; one that lingers is stopped after
+        // 5 seconds rather than waited for without end.
         int ws = 0;
-        while (::waitpid(pid_, &ws, 0) < 0 && errno == EINTR) {
+        pid_t done = 0;
+        for (int waited = 0; waited < 5000 && done == 0; waited += 10) {
+            done = ::waitpid(pid_, &ws, WNOHANG);
+            if (done == 0)
+                ::usleep(10000);
+        }
+        if (done == 0) {
+            LTrace("LChildProcess::Wait the child did not end; killed");
+            ::kill(pid_, SIGKILL);
+        }
+        while (done <= 0 && ::waitpid(pid_, &ws, 0) < 0 && errno == EINTR) {
         }
         status = WIFEXITED(ws) ? WEXITSTATUS(ws) : -1;
         pid_ = -1;

@@ -33,14 +33,15 @@ class LChildProcess {
     // byte. Returns the bytes read; 0 at the end of the output; -1 when the child
     // produced nothing for `timeoutMs` (it is then killed).
     int64_t Read(void* buffer, int64_t bytes, int timeoutMs);
-    // Reads the whole output (at most `limit` bytes), giving up after `timeoutMs` without
-    // output; then waits for the child. False on a time-out.
+    // Reads the whole output (at most `limit` bytes; a child with more is killed), giving
+    // up after `timeoutMs` without output; then reaps the child. False on a time-out.
     bool ReadAll(std::string& out, int64_t limit, int timeoutMs);
 
     // Ends the child (SIGKILL when it still runs) and reaps it. Returns its exit status
     // (0 for success), or -1 when it was killed or never started.
     int Kill();
-    // Waits for the child to end by itself and returns its exit status (-1 if killed).
+    // Waits up to 5 seconds for the child to end by itself (then kills it) and returns its
+    // exit status (-1 if killed).
     int Wait();
 
     // What the child wrote on its standard error so far (at most 4096 bytes), lines
