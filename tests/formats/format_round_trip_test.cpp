@@ -68,8 +68,9 @@ struct Case {
     int32_t padding;  // frames the decoded length may differ by
 };
 
-// Lossy bounds are measured margins below what each codec gives on this signal at its
-// default setting (MP3 192 kbit/s, Vorbis q5, Opus 64 kbit/s per channel).
+// Lossy bounds lie some 5 to 10 dB below what each codec gives on this signal at its
+// default setting (measured: Vorbis q5 39.6 dB, MP3 192 kbit/s 26.0 dB, Opus 64 kbit/s per
+// channel 19.2 dB, VOX 28.7 dB, GSM 23.7 dB; sample by sample, so phase changes count).
 const Case kCases[] = {
     {"w8.wav", "", 8, 44100, 2, 0, 0},         {"w16.wav", "", 16, 44100, 2, 0, 0},
     {"w24.wav", "", 24, 44100, 2, 0, 0},       {"w32.wav", "", 32, 44100, 2, 0, 0},
@@ -82,9 +83,9 @@ const Case kCases[] = {
     {"c24.caf", "", 24, 48000, 2, 0, 0},       {"w16.w64", "", 16, 44100, 2, 0, 0},
     {"w24.w64", "", 24, 44100, 2, 0, 0},       {"r16.rf64", "", 16, 44100, 2, 0, 0},
     {"r24.rf64", "", 24, 44100, 2, 0, 0},      {"p.raw", "", 16, 8000, 1, 0, 0},
-    {"v.ogg", "", 0, 44100, 2, 25, 0},         {"m.mp3", "", 0, 44100, 2, 20, 1152},
-    {"o.opus", "", 0, 48000, 2, 15, 960},      {"d.vox", "", 0, 8000, 1, 12, 1},
-    {"g.gsm", "", 0, 8000, 1, 8, 160},
+    {"v.ogg", "", 0, 44100, 2, 30, 0},         {"m.mp3", "", 0, 44100, 2, 20, 1152},
+    {"o.opus", "", 0, 48000, 2, 15, 960},      {"d.vox", "", 0, 8000, 1, 20, 1},
+    {"g.gsm", "", 0, 8000, 1, 15, 160},
 };
 
 TEST(FormatRoundTrip, EveryWritableFormatAndWidth) {
