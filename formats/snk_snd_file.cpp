@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "core/trace.h"
 
@@ -119,7 +120,8 @@ LSNKSndFile::~LSNKSndFile() {
 void LSNKSndFile::Write(const int32_t* buffer, int32_t frames) {
     if (IsError() || frames <= 0)
         return;
-    position += frames;
+    position = static_cast<int32_t>(
+        std::min<int64_t>(int64_t{position} + frames, std::numeric_limits<int32_t>::max()));
     if (writeFailed_)
         return;
     // The internal value shifted into the top of 32 bits, as the 32-bit PCM writer does;
