@@ -17,14 +17,24 @@ struct Command {
 
 const Command kCommands[] = {
     {"info", osmera::cli::RunInfo,
-     "info FILE... [--loudness]\n"
-     "      One line per file of key=value pairs: file, format, channels, rate, bits,\n"
-     "      frames, time; for a file that cannot be read: file, error, message.\n"
-     "      --loudness adds loudness (LUFS), loudness-range (LU), true-peak (dBTP).\n"},
+     "info FILE... [--loudness] [--rate HZ] [--channels N] [--encoding ENC]\n"
+     "     [--endian little|big]\n"
+     "      One line per file of key=value pairs: file, format, reader, channels, rate,\n"
+     "      bits, frames, time, duration and the tags it has (title, artist, album, year,\n"
+     "      genre, comment, track); for a file that cannot be read: file, error, message.\n"
+     "      --loudness adds loudness (LUFS), loudness-range (LU), true-peak (dBTP).\n"
+     "      The other options describe headerless files (.raw, .pcm, .vox, .gsm).\n"},
     {"convert", osmera::cli::RunConvert,
-     "convert IN OUT [--rate HZ] [--channels 1|2] [--bits 8|16|24|32]\n"
-     "      Converts IN into the WAV file OUT (defaults: IN's rate, channels and width).\n"
-     "      OUT is replaced only when the whole file was written.\n"},
+     "convert IN OUT [--rate HZ] [--channels 1|2] [--bits 8|16|24|32] [--format NAME]\n"
+     "              [--quality Q] [--bitrate KBPS] [--compression 0-8] [--pair N]\n"
+     "              [--encoding s8|u8|s16|s24|s32|float|ulaw|alaw] [--endian little|big]\n"
+     "      Converts IN into OUT in the format OUT's extension or --format names (wav,\n"
+     "      wav-float, flac, ogg, opus, mp3, aiff, aifc, au, caf, w64, rf64, raw, vox, gsm;\n"
+     "      defaults: IN's rate, channels and width). --quality: Ogg 0-10 (10 best), MP3\n"
+     "      VBR 0-9 (0 best); --bitrate: MP3 and Opus in kbit/s; --compression: FLAC.\n"
+     "      For a .raw/.pcm/.vox/.gsm IN, --rate, --channels, --encoding and --endian\n"
+     "      describe IN. More than two channels are mixed to stereo, or --pair N takes\n"
+     "      channels 2N-1 and 2N. OUT is replaced only when the whole file was written.\n"},
     {"run", osmera::cli::RunScript,
      "run SCRIPT [--work-dir DIR] [--settings FILE]\n      Runs a script of editing commands "
      "(open, select, cut, paste, effects, undo, save...);\n      --settings keeps effect "

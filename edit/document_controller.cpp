@@ -38,6 +38,7 @@ int LDocumentController::OpenDocument(const std::string& path, LProgress* progre
         *warning = report.warning;
     doc->path = path;
     doc->bytesPerSample = report.bytesPerSample;
+    doc->tags = report.tags;
     doc->ZoomAll();
     LOMFile& ref = *doc;
     documents_.push_back(std::move(doc));
@@ -46,6 +47,13 @@ int LDocumentController::OpenDocument(const std::string& path, LProgress* progre
 }
 
 int LDocumentController::SaveCurrentFile(const std::string& path, int32_t bytesPerSample,
+                                         LProgress* progress, std::string* message) {
+    LWriteOptions options;
+    options.bits = bytesPerSample * 8;
+    return SaveCurrentFile(path, options, progress, message);
+}
+
+int LDocumentController::SaveCurrentFile(const std::string& path, const LWriteOptions& given,
                                          LProgress* progress, std::string* message) {
     if (!current_) {
         if (message)
@@ -58,8 +66,11 @@ int LDocumentController::SaveCurrentFile(const std::string& path, int32_t bytesP
             *message = current_->GetDisplayName() + " has no file name yet";
         return kJobFailed;
     }
-    const int32_t width = bytesPerSample == 0 ? current_->bytesPerSample : bytesPerSample;
-    const int result = SaveAudioFile(current_->audio, target, width, progress, message);
+    LWriteOptions options = given;
+    const int32_t width = options.bits == 0 ? current_->bytesPerSample : options.bits / 8;
+    options.bits = width * 8;
+    const int result =
+        SaveAudioFile(current_->audio, target, options, &current_->tags, progress, message);
     if (result != kJobDone)
         return result;
     current_->path = target;

@@ -27,6 +27,7 @@
 #include "core/progress.h"
 #include "core/settings_store.h"
 #include "edit/om_file.h"
+#include "formats/audio_format.h"
 
 namespace osmera {
 
@@ -90,11 +91,16 @@ class LDocumentController {
     // left out, or a file that ends before its header says whose rest opened as silence.
     int OpenDocument(const std::string& path, LProgress* progress, std::string* message = nullptr,
                      std::string* warning = nullptr);
-    // Saves the current document to `path` ("" for its own path) as PCM WAV of
-    // `bytesPerSample`, 0 meaning the width the document was opened with (16 bits for a
-    // new one). On success the document takes that path and width and is no longer
-    // modified. A document without a path needs one (kJobFailed otherwise).
+    // Saves the current document to `path` ("" for its own path) in the format its
+    // extension selects (PCM WAV for any other), PCM formats at `bytesPerSample`, 0 meaning the
+    // width the document was opened with (16 bits for a new one). On success the document takes
+    // that path and width and is no longer modified. A document without a path needs one
+    // (kJobFailed otherwise).
     int SaveCurrentFile(const std::string& path, int32_t bytesPerSample, LProgress* progress,
+                        std::string* message = nullptr);
+    // The same with every writer option (format, width, quality, bit rate, compression;
+    // options.bits 0 keeps the document's width). The document's tags go with it.
+    int SaveCurrentFile(const std::string& path, const LWriteOptions& options, LProgress* progress,
                         std::string* message = nullptr);
     // Closes `doc` without asking (the editor asks "Save changes" before). The next
     // document, else the previous one, becomes current.

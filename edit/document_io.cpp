@@ -5,6 +5,7 @@
 #include "core/trace.h"
 #include "edit/snk_cut_list_audio.h"
 #include "edit/src_cut_list_audio.h"
+#include "formats/audio_file_writer.h"
 #include "formats/open_audio_source.h"
 #include "formats/open_error_message.h"
 #include "formats/opened_file_facts.h"
@@ -21,18 +22,18 @@ void Say(std::string* message, const std::string& text) {
 }  // namespace
 
 int LoadAudioFile(const std::string& path, LCutListAudio& target, LProgress* progress,
-                  std::string* message, const std::string& title, LLoadReport* report) {
-    LSourceRef source = OpenAudioSource(path);
+                  std::string* message, const std::string& title, LLoadReport* report,
+                  const LOpenOptions* given) {
+    LOpenOptions options = given ? *given : LOpenOptions{};
+    if (options.multichannel == LOpenOptions::Channels::kKeep)
+        options.multichannel = LOpenOptions::Channels::kDownmix;
+    LOpenReport opened;
+    LSourceRef source = OpenAudioSource(path, options, &opened);
     if (!source->IsOk()) {
-        Say(message, OpenErrorMessage(source->GetError(), path));
+        Say(message, OpenErrorMessage(*source, path));
         return kJobFailed;
     }
     const LOpenedFileFacts facts = LOpenedFileFacts::Of(*source);
-    if (facts.HasTooManyChannels()) {
-        LTrace("LoadAudioFile more than 2 channels");
-        Say(message, facts.ChannelsRefusal(path));
-        return kJobFailed;
-    }
     LCutListAudio loaded;
     auto sink = loaded.MakeSink(source->GetSampleRate(), source->GetChannels());
     const int pumped = LPRSourceToSink(source, sink, progress, title).Process();
@@ -53,6 +54,9 @@ int LoadAudioFile(const std::string& path, LCutListAudio& target, LProgress* pro
         report->warning.clear();
         for (const std::string& line : facts.Warnings(path))
             report->warning += (report->warning.empty() ? "" : "\n") + line;
+        if (!opened.note.empty())
+            report->warning += (report->warning.empty() ? "" : "\n") + path + ": " + opened.note;
+        report->tags = ReadAudioTags(path);
     }
     return kJobDone;
 }
@@ -64,34 +68,19 @@ int SaveAudioFile(const LCutListAudio& audio, const std::string& path, int32_t b
         Say(message, "the sample width must be 8, 16, 24 or 32 bits");
         return kJobFailed;
     }
-    const std::string tooLarge =
-        LSNKPCMFileBase::CheckSize(path, audio.GetLength(), audio.GetChannels(), bytesPerSample);
-    if (!tooLarge.empty()) {
-        LTrace("SaveAudioFile too large for a WAV file");
-        Say(message, tooLarge);
-        return kJobFailed;
-    }
-    LSafeReplace replace(path);
-    auto sink =
-        LWaveFile::CreateSink(replace.TempPath(), static_cast<int32_t>(audio.GetSampleRate()), 0,
-                              bytesPerSample, audio.GetChannels());
-    if (sink->IsError()) {
-        Say(message, "cannot create " + path + ": check the folder exists and may be written to");
-        return kJobFailed;
-    }
-    const int pumped = LPRSourceToSink(audio.MakeSource(), sink, progress, title).Process();
-    if (pumped == kJobCancelled) {
-        Say(message, "saving " + path + " was cancelled; the file was left as it was");
-        return kJobCancelled;
-    }
-    const bool written = pumped == kJobDone && sink->Finish() && !sink->WriteFailed();
-    sink.Reset();
-    if (!written || !replace.Commit()) {
-        LTrace("SaveAudioFile write failed");
-        Say(message, "cannot write " + path + " (is the disk full?); it was left as it was");
-        return kJobFailed;
-    }
-    return kJobDone;
+    LWriteOptions options;
+    options.bits = bytesPerSample * 8;
+    return SaveAudioFile(audio, path, options, nullptr, progress, message, title);
+}
+
+int SaveAudioFile(const LCutListAudio& audio, const std::string& path, const LWriteOptions& options,
+                  const LAudioTags* tags, LProgress* progress, std::string* message,
+                  const std::string& title) {
+    LSaveRequest request;
+    request.options = options;
+    request.tags = tags;
+    request.title = title;
+    return SaveSourceAs(audio.MakeSource(), path, request, progress, message);
 }
 
 }  // namespace osmera

@@ -14,6 +14,7 @@
 #include <string>
 
 #include "edit/cut_list_audio.h"
+#include "formats/audio_tags.h"
 
 namespace osmera {
 
@@ -70,6 +71,9 @@ class LOMFile {
     // The PCM width (bytes per sample) the file was opened with, which a save keeps unless
     // told otherwise; 2 (16 bits) for a new document.
     int32_t bytesPerSample = 2;
+    // The file's tags as opened (or last edited); written back by every save to a format
+    // that carries tags. Edits of the audio leave them alone.
+    LAudioTags tags;
     LCutListAudio audio;
     std::array<LUndoStep, kUndoSteps> undo;
     uint32_t undoIdx = 0;

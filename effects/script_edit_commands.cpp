@@ -4,12 +4,14 @@
 // Ctrl+Z does in the editor.
 
 #include <algorithm>
+#include <cstdlib>
 #include <string>
 
 #include "core/sound_time.h"
 #include "edit/audio_cut_tank.h"
 #include "edit/document_io.h"
 #include "effects/script_commands.h"
+#include "formats/audio_format.h"
 
 namespace osmera {
 namespace {
@@ -133,22 +135,49 @@ std::string Info(LScriptContext& ctx, Args) {
     return {};
 }
 
+// A whole number of `text` within [lo, hi], or `lo - 1` when it is none.
+long SaveNumber(const std::string& text, long lo, long hi) {
+    char* end = nullptr;
+    const long v = std::strtol(text.c_str(), &end, 10);
+    return (end == text.c_str() || *end != '\0' || v < lo || v > hi) ? lo - 1 : v;
+}
+
 std::string CheckSave(Args args) {
-    if (!args.HasOption("bits"))
-        return {};
-    const std::string& b = args.Option("bits");
-    if (b != "8" && b != "16" && b != "24" && b != "32")
-        return "--bits must be 8, 16, 24 or 32";
+    if (args.HasOption("bits")) {
+        const std::string& b = args.Option("bits");
+        if (b != "8" && b != "16" && b != "24" && b != "32")
+            return "--bits must be 8, 16, 24 or 32";
+    }
+    if (args.HasOption("format") && !FindWriteFormat(args.Option("format")))
+        return "unknown --format " + args.Option("format") + "; the formats are " +
+               WriteFormatNames();
+    if (args.HasOption("quality") && SaveNumber(args.Option("quality"), 0, 10) < 0)
+        return "--quality must be a whole number from 0 to 10";
+    if (args.HasOption("bitrate") && SaveNumber(args.Option("bitrate"), 6, 512) < 6)
+        return "--bitrate must be from 6 to 512 kbit/s";
+    if (args.HasOption("compression") && SaveNumber(args.Option("compression"), 0, 8) < 0)
+        return "--compression must be from 0 to 8";
     return {};
 }
 
 std::string Save(LScriptContext& ctx, Args args) {
     if (!ctx.Document())
         return kNoDocumentMessage;
-    // Without --bits the document keeps the width it was opened with.
-    const int32_t bits = args.HasOption("bits") ? std::stoi(args.Option("bits")) : 0;
+    // Without --bits the document keeps the width it was opened with; the writer is the
+    // one --format or the path's extension selects.
+    LWriteOptions options;
+    if (args.HasOption("bits"))
+        options.bits = std::stoi(args.Option("bits"));
+    if (args.HasOption("format"))
+        options.format = args.Option("format");
+    if (args.HasOption("quality"))
+        options.quality = static_cast<double>(SaveNumber(args.Option("quality"), 0, 10));
+    if (args.HasOption("bitrate"))
+        options.bitrate = static_cast<int32_t>(SaveNumber(args.Option("bitrate"), 6, 512));
+    if (args.HasOption("compression"))
+        options.compression = static_cast<int32_t>(SaveNumber(args.Option("compression"), 0, 8));
     std::string message;
-    ctx.controller.SaveCurrentFile(args.Count() ? args.Path(0) : std::string(), bits / 8,
+    ctx.controller.SaveCurrentFile(args.Count() ? args.Path(0) : std::string(), options,
                                    &ctx.progress, &message);
     return message;
 }
@@ -210,8 +239,14 @@ void RegisterEditScriptCommands(LScriptCommandTable& table) {
                    return {};
                }});
     table.Add({"info", "info", {}, 0, {}, Info});
-    table.Add(
-        {"save", "save [PATH] [--bits 8|16|24|32]", {A::kPath}, 0, {"bits"}, Save, CheckSave});
+    table.Add({"save",
+               "save [PATH] [--bits 8|16|24|32] [--format NAME] [--quality Q] [--bitrate KBPS] "
+               "[--compression 0-8]",
+               {A::kPath},
+               0,
+               {"bits", "format", "quality", "bitrate", "compression"},
+               Save,
+               CheckSave});
     table.Add({"close", "close", {}, 0, {}, Close});
 }
 

@@ -67,12 +67,12 @@ std::vector<std::string> LOpenedFileFacts::Warnings(const std::string& fileName)
     return warnings;
 }
 
-std::string LOpenedFileFacts::ChannelsRefusal(const std::string& fileName) const {
+std::string LOpenedFileFacts::ChannelsNote(const std::string& fileName) const {
     if (!HasTooManyChannels())
         return {};
     return Quoted(fileName) + " has " + std::to_string(channels) +
-           " channels: files of more than two channels are not supported yet, only mono and "
-           "stereo.";
+           " channels: it opens mixed down to stereo, or as one pair of its channels when "
+           "one is chosen.";
 }
 
 std::string LOpenedFileFacts::TimeText(int64_t frames, int32_t rate) {

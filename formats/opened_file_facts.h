@@ -59,8 +59,9 @@ struct LOpenedFileFacts {
     // One sentence per difference (left out, missing), each naming `fileName` and how
     // much; empty when the file opens whole.
     std::vector<std::string> Warnings(const std::string& fileName) const;
-    // The refusal of a file of more than two channels; "" for mono and stereo.
-    std::string ChannelsRefusal(const std::string& fileName) const;
+    // What becomes of a file of more than two channels when it is opened (a downmix to
+    // stereo, or one pair); "" for mono and stereo.
+    std::string ChannelsNote(const std::string& fileName) const;
 
     // `frames` at `rate` in the ordinary hundredths form ("104:10:00.00"), computed in 64
     // bits; "more than 596 hours" beyond what a millisecond count holds.

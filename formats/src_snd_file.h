@@ -5,10 +5,11 @@
 //
 // Delivers the internal sample form (a 16-bit value times 16) with peak 524272, whatever
 // the coded width: libsndfile decodes to doubles of full scale 1.0, which become
-// round(v * 524288), saturating at +-524288 (float data may go beyond full scale). Frames before 0
-// and at or after the length read as zeros, and Read always advances by exactly the frames asked.
-// Error 5 when libsndfile cannot decode the input, 3 when it reports a channel count or rate this
-// program cannot hold.
+// round(v * 524288), saturating at +-524288 (float data may go beyond full scale); integer
+// PCM is read as 32-bit integers rounded by (v + 2048) >> 12, which gives the same values. Frames
+// before 0 and at or after the length read as zeros, and Read always advances by exactly the frames
+// asked. Error 5 when libsndfile cannot decode the input, 3 when it reports a channel count or rate
+// this program cannot hold.
 //
 // What the decoding libraries print on stderr while a file is opened (and while MPEG audio
 // is decoded) is kept out of the program's output and goes to the trace instead.
@@ -35,6 +36,9 @@ class LSRCSndFile : public LSoundSourceBase, public LFileFacts {
 
     // Opens a whole file of any kind libsndfile knows, by path.
     explicit LSRCSndFile(const std::string& path);
+    // Opens a headerless file (raw PCM, VOX, GSM 6.10) by path, as libsndfile's format
+    // code `rawFormat` (SF_FORMAT_RAW | encoding | byte order) at `rate` with `nChans`.
+    LSRCSndFile(const std::string& path, int rawFormat, int32_t rate, int32_t nChans);
     // Decodes the data of a WAV file whose chunks were already walked: `format` is the
     // body of its "fmt " chunk, and the data lies at byte `dataStart` of `file` for
     // `dataSize` bytes (0xFFFFFFFF, or any size past the end of the file, means up to the
@@ -70,6 +74,8 @@ class LSRCSndFile : public LSoundSourceBase, public LFileFacts {
     // Takes the stream's format and length once libsndfile has opened it (`sf_` set), or
     // records error 5 when it could not (`sf_` null). `what` names the input for the trace.
     bool IsMpeg() const;
+    // Integer PCM of any width (WAV, AIFF, FLAC...): decoded as integers.
+    bool IsPcm() const;
     void Adopt(int64_t frames, int32_t rate, int32_t nChans, int format, const std::string& what);
 
     std::unique_ptr<VirtualWav> virtual_;
@@ -79,6 +85,7 @@ class LSRCSndFile : public LSoundSourceBase, public LFileFacts {
     int64_t frames_ = 0;
     int sndFileFormat_ = 0;
     std::vector<double> decoded_;
+    std::vector<int32_t> asInt_;
 };
 
 }  // namespace osmera

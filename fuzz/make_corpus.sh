@@ -65,3 +65,26 @@ cp vorbis.ogg vorbis_damaged.ogg
 patch vorbis_damaged.ogg 200 'damaged-bytes-in-the-header-page'
 head -c 100 flac_s16.flac > flac_truncated.flac
 ls -l "$out" | awk 'NR > 1 { n++; total += $5 } END { print n " files, " total " bytes" }'
+
+# Seeds of the format sniffing target: the first bytes of every container the registry
+# recognises (the readers see whole short files; ffmpeg-only formats are cut to their
+# headers, since the fuzz target runs without ffmpeg).
+sniff="$(cd "$(dirname "$0")" && pwd)/corpus/format_sniff_fuzz"
+rm -rf "$sniff"
+mkdir -p "$sniff"
+cp "$out"/aiff_s16.aiff "$out"/au_s16.au "$out"/flac_s16.flac "$out"/vorbis.ogg \
+  "$out"/pcm_s16_stereo.wav "$sniff"/
+cd "$sniff"
+sox -q -n -r 8000 -c 1 seed.wav synth 0.05 sine 440
+ffmpeg -v quiet -i seed.wav -c:a libmp3lame -b:a 32k mp3.mp3
+ffmpeg -v quiet -i seed.wav -ar 48000 -c:a libopus -b:a 16k opus.opus
+sox -q seed.wav caf.caf
+sox -q seed.wav w64.w64
+ffmpeg -v quiet -i seed.wav -rf64 always rf64.wav
+for f in m4a wma ac3 mka; do
+  ffmpeg -v quiet -i seed.wav "full.$f"
+  head -c 64 "full.$f" > "head.$f"
+  rm "full.$f"
+done
+rm seed.wav
+ls -l "$sniff" | awk 'NR > 1 { n++; total += $5 } END { print n " files, " total " bytes" }'

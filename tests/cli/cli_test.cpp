@@ -78,7 +78,7 @@ TEST_F(CliTest, InfoPrintsKeyValueLinesAndFailsOnUnreadableFiles) {
     EXPECT_EQ(r.code, 0);
     EXPECT_EQ(r.out, "file=\"" + wav +
                          "\" format=wav-pcm channels=2 rate=44100 bits=16 frames=88641 "
-                         "time=0:00:02.01\n");
+                         "time=0:00:02.01 duration=2.010 reader=wav\n");
 
     r = Cli("info " + Q(dir.File("missing.wav")) + " " + Q(wav));
     EXPECT_NE(r.code, 0);
@@ -190,16 +190,19 @@ TEST_F(CliTest, LongShortAndManyChannelFilesAreToldNeverCutSilently) {
 
     const std::string six = dir.File("six.wav");
     WriteClaimingWav(six, 6, 44100, 16, 1200, 1200);
-    const std::string notSupported =
-        "has 6 channels: files of more than two channels are not supported yet";
-    for (const std::string& args :
-         {"convert " + Q(six) + " " + Q(out) + " --channels 2", "info " + Q(six)}) {
-        EXPECT_TRUE(Has(CliBoth(args), notSupported)) << args;
-    }
+    // More than two channels open mixed down to stereo, and every program says so.
+    EXPECT_TRUE(Has(CliBoth("info " + Q(six)), "has 6 channels: it opens mixed down to stereo"));
+    const std::string mixed = "5.1 channels mixed down to stereo (ITU-R BS.775)";
+    r = CliBoth("convert " + Q(six) + " " + Q(dir.File("six2.wav")));
+    EXPECT_EQ(r.code, 0);
+    EXPECT_TRUE(Has(r, mixed)) << r.out;
+    r = CliBoth("convert " + Q(six) + " " + Q(dir.File("six2.wav")) + " --pair 2");
+    EXPECT_TRUE(Has(r, "channels 3 and 4 of 6 opened as stereo")) << r.out;
+    EXPECT_EQ(CliBoth("convert " + Q(six) + " " + Q(out) + " --pair 4").code, 1);
     std::ofstream(dir.File("six.txt")) << "open six.wav\n";
     r = CliBoth("run " + Q(dir.File("six.txt")));
-    EXPECT_EQ(r.code, 1);
-    EXPECT_TRUE(Has(r, notSupported)) << r.out;
+    EXPECT_EQ(r.code, 0);
+    EXPECT_TRUE(Has(r, mixed)) << r.out;
     EXPECT_EQ(Slurp(out), "precious");
 }
 
