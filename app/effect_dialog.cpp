@@ -13,6 +13,7 @@
 #include "effects/effect_job.h"
 #include "effects/effect_sources.h"
 #include "effects/level_effects.h"
+#include "effects/time_effects.h"
 
 namespace osmera {
 
@@ -46,19 +47,11 @@ LFieldText TextOf(const char* key) {
     return {key, key, ""};
 }
 
-// [selStart, selEnd) of `doc` as a list of its own; its length in `length`.
-LCutListAudio SelectionCopy(const LOMFile& doc, int32_t& length) {
-    const int32_t start = std::max(doc.selStart, 0);
-    const int32_t end = std::max(doc.selEnd, start);
-    length = end - start;
-    return CopyRange(doc.audio, start, end);
-}
-
 }  // namespace
 
 bool HasEffectPreview(LEffectId id) {
     return id == LEffectId::kAmplify || id == LEffectId::kNormalize ||
-           id == LEffectId::kAutoClickPop || HasEffectSource(id);
+           id == LEffectId::kRepeatLoop || id == LEffectId::kAutoClickPop || HasEffectSource(id);
 }
 
 LOMEffectDialog::LOMEffectDialog(const LEffectInfo& info, const std::vector<int32_t>& values,
@@ -151,9 +144,11 @@ LSourceRef LOMEffectDialog::BuildPreviewSource() {
     if (!CurrentValues(values))
         return {};
     int32_t length = 0;
-    LCutListAudio copy = SelectionCopy(Document(), length);
+    LCutListAudio copy = SelectionCopy(length);
     if (info_.id == LEffectId::kAmplify) {
         Amplify(copy, 0, length, values[0]);
+    } else if (info_.id == LEffectId::kRepeatLoop) {
+        RepeatLoop(copy, 0, length, values[0]);
     } else if (info_.id == LEffectId::kNormalize) {
         // Measures the copy and sets its gains; the document's list is not touched.
         LNullProgress quiet;
@@ -175,7 +170,7 @@ LSourceRef LAutoClickPopDlg::BuildPreviewSource() {
     if (!CurrentValues(values) || values.size() < 2)
         return {};
     int32_t length = 0;
-    LCutListAudio copy = SelectionCopy(Document(), length);
+    LCutListAudio copy = SelectionCopy(length);
     LNullProgress quiet;
     const LClickSettings settings{values[0], values[1]};
     if (AutoClickRepair(quiet, LEffectRequest{&copy, length, 0, {}}, settings) != kJobDone)

@@ -6,11 +6,17 @@
 #include <QVBoxLayout>
 
 #include "display/envelope_editor.h"
+#include "edit/src_cut_list_audio.h"
+#include "effects/effect_job.h"
+#include "effects/level_effects.h"
 
 namespace osmera {
 
-LEnvelopeDialog::LEnvelopeDialog(QWidget* parent, LUserPrompts& prompts)
-    : QDialog(parent), prompts_(prompts), editor_(new LEnvelopeEditor(this)) {
+LEnvelopeDialog::LEnvelopeDialog(QWidget* parent, LUserPrompts& prompts,
+                                 LEditorTransport* transport, const LOMFile& doc)
+    : LOMPreviewDialog(parent, transport, doc),
+      prompts_(prompts),
+      editor_(new LEnvelopeEditor(this)) {
     setWindowTitle(QStringLiteral("Envelope"));
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(new QLabel(QStringLiteral("Click to add a point, drag a point to move it, "
@@ -20,12 +26,26 @@ LEnvelopeDialog::LEnvelopeDialog(QWidget* parent, LUserPrompts& prompts)
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
     QPushButton* reset = buttons->addButton(QStringLiteral("Reset"), QDialogButtonBox::ResetRole);
     reset->setObjectName(QStringLiteral("reset"));
+    if (PreviewButton())
+        buttons->addButton(PreviewButton(), QDialogButtonBox::ActionRole);
     layout->addWidget(buttons);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     connect(reset, &QPushButton::clicked, this, &LEnvelopeDialog::Reset);
+    connect(editor_, &LEnvelopeEditor::pointsChanged, this, &LEnvelopeDialog::ParameterChanged);
     buttons->button(QDialogButtonBox::Ok)->setDefault(true);
     editor_->setFocus();
+}
+
+// The envelope written into cuts of the copy's own: the document is not touched.
+LSourceRef LEnvelopeDialog::BuildPreviewSource() {
+    int32_t length = 0;
+    LCutListAudio copy = SelectionCopy(length);
+    LNullProgress quiet;
+    const LEffectRequest request{&copy, length, 0, {}};
+    if (Envelope(quiet, request, editor_->Points(), "") != kJobDone)
+        return {};
+    return LSourceRef(new LSRCCutListAudio(copy));
 }
 
 void LEnvelopeDialog::Reset() {

@@ -7,13 +7,13 @@
 // the points of "envelope.dat" (or the flat envelope) and the document, AskPoints shows it
 // modally, and on OK the driver writes the user's points back to "envelope.dat" and runs
 // the effect with them; Cancel changes nothing. Messages the driver shows (a refusal, a
-// point file that could not be written) go through the editor's prompts.
+// point file that could not be written) go through the editor's prompts. "Preview" plays
+// the selection through the points being edited, and a moved point restarts it.
 //
-// Ownership: an ordinary modal QDialog, made on the stack by the Envelope command; the
-// prompts are borrowed. Threads: GUI thread only.
+// Ownership: a modal dialog made on the stack by the Envelope command; the prompts, the
+// transport and the document are borrowed. Threads: GUI thread only.
 
-#include <QDialog>
-
+#include "app/preview_dialog.h"
 #include "app/user_prompts.h"
 #include "effects/effect_driver.h"
 
@@ -21,10 +21,11 @@ namespace osmera {
 
 class LEnvelopeEditor;
 
-class LEnvelopeDialog : public QDialog, public LEffectDialog {
+class LEnvelopeDialog : public LOMPreviewDialog, public LEffectDialog {
     Q_OBJECT
   public:
-    LEnvelopeDialog(QWidget* parent, LUserPrompts& prompts);
+    LEnvelopeDialog(QWidget* parent, LUserPrompts& prompts, LEditorTransport* transport,
+                    const LOMFile& doc);
 
     LEnvelopeEditor& Editor() { return *editor_; }
     // Back to the flat envelope (the "Reset" button).
@@ -35,6 +36,9 @@ class LEnvelopeDialog : public QDialog, public LEffectDialog {
     void ShowMessage(const std::string& title, const std::string& text) override;
     LPointsAnswer AskPoints(const LEffectInfo& info, const LOMFile& doc,
                             LPointList& points) override;
+
+  protected:
+    LSourceRef BuildPreviewSource() override;
 
   private:
     LUserPrompts& prompts_;

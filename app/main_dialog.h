@@ -39,6 +39,7 @@ class QMdiSubWindow;
 namespace osmera {
 
 class LCommandMenus;
+class LEffectDialog;
 class LOMEffectDialog;
 class LDocumentModel;
 class LEditorTransport;
@@ -168,7 +169,6 @@ class MainDialog : public QObject, public LDocumentListener {
     bool JobFinished(int result, const std::string& message);
     void ReportEditResult(LEditResult result);
     // The edits that need more than one call of the engine (main_dialog_document.cpp).
-    void InsertSilence(LInsertAt where);
     void InsertFile(LInsertAt where);
     // A new untitled document holding `audio`, in its own window; it becomes current.
     void OpenAsNewDocument(const LCutListAudio& audio, const std::string& undoName);
@@ -181,8 +181,9 @@ class MainDialog : public QObject, public LDocumentListener {
     // True, with a note in the status bar, when `id` must wait for the take to end.
     bool RefusedWhileRecording(uint16_t id);
     // Runs effect `id` on the current document through the engine's effect driver, with
-    // its dialog and the progress window (main_dialog_effects.cpp).
-    void RunEffect(LEffectId id);
+    // `dialog` (the table-built effect dialog when null) and the progress window
+    // (main_dialog_effects.cpp).
+    void RunEffect(LEffectId id, LEffectDialog* dialog = nullptr);
     void NotAvailable(uint16_t id);
     void NotAvailable(const QString& feature);
     void TileWindows(bool stacked);

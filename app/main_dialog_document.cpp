@@ -116,7 +116,7 @@ void MainDialog::InsertFile(LInsertAt where) {
     int result;
     {
         ++busy_;
-        LQtProgress progress(&frame_);
+        LQtProgress progress(&frame_, QStringLiteral("Insert File"));
         result = LoadAudioFile(QFileInfo(files.first()).absoluteFilePath().toStdString(), loaded,
                                &progress, &message, "Opening");
         if (result == kJobDone &&
@@ -186,7 +186,7 @@ void MainDialog::CmSaveSelectRegionAs() {
     int result;
     {
         ++busy_;
-        LQtProgress progress(&frame_);
+        LQtProgress progress(&frame_, QStringLiteral("Save Select Region As"));
         result = SaveAudioFile(part, path.toStdString(), bytesPerSample, &progress, &message);
         --busy_;
     }
@@ -242,7 +242,7 @@ void MainDialog::ConvertCurrent(uint32_t rate, uint8_t channels, const std::stri
     int result;
     {
         ++busy_;
-        LQtProgress progress(&frame_);
+        LQtProgress progress(&frame_, QString::fromStdString(undoName));
         result = ConvertAudio(doc->audio, rate, channels, converted, &progress, &message);
         --busy_;
     }

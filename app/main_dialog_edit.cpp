@@ -67,37 +67,6 @@ void MainDialog::CmSilence() {
     ReportEditResult(controller_.CmSilence());
 }
 
-void MainDialog::CmInsertSilenceBegin() {
-    InsertSilence(LInsertAt::kBegin);
-}
-
-void MainDialog::CmInsertSilenceCurrent() {
-    InsertSilence(LInsertAt::kCursor);
-}
-
-void MainDialog::CmInsertSilenceEnd() {
-    InsertSilence(LInsertAt::kEnd);
-}
-
-// The length is asked as time text; the last length typed is offered again.
-void MainDialog::InsertSilence(LInsertAt where) {
-    LOMFile* doc = controller_.GetCurrent();
-    if (!doc)
-        return;
-    QStringList texts = {QString::fromStdString(
-        settings_.GetText("StoredValues", "InsertSilenceLength", "0:00:01.00"))};
-    if (!prompts_.AskTimes(QStringLiteral("Insert Silence"), {QStringLiteral("Length:")}, texts))
-        return;
-    int32_t frames = 0;
-    if (texts.isEmpty() || !FramesOfTime(texts.front(), doc->audio.GetSampleRate(), frames))
-        return;
-    settings_.SetText("StoredValues", "InsertSilenceLength", texts.front().toStdString());
-    const int32_t at = where == LInsertAt::kBegin    ? 0
-                       : where == LInsertAt::kCursor ? doc->cursor
-                                                     : doc->audio.GetLength();
-    ReportEditResult(controller_.CmInsertSilence(at, frames));
-}
-
 void MainDialog::CmSelectRegion() {
     LDocumentModel* model = CurrentModel();
     if (!model)
@@ -140,7 +109,7 @@ void MainDialog::CmPasteFromClipboard() {
     LEditResult result;
     {
         ++busy_;
-        LQtProgress progress(&frame_);
+        LQtProgress progress(&frame_, QStringLiteral("Paste From Clipboard"));
         result = controller_.CmPasteFromSystemClipboard(clipboard_, &progress);
         --busy_;
     }
@@ -158,7 +127,7 @@ void MainDialog::CopySelectionToDesktop() {
     if (frames > int64_t{doc->audio.GetSampleRate()} * kDesktopCopySeconds)
         return;
     ++busy_;
-    LQtProgress progress(&frame_);
+    LQtProgress progress(&frame_, QStringLiteral("Copy"));
     controller_.CmCopyToSystemClipboard(clipboard_, &progress);
     --busy_;
 }

@@ -8,6 +8,7 @@
 
 #include "app/editor_transport.h"
 #include "app/effect_dialog.h"
+#include "app/envelope_dialog.h"
 #include "app/main_dialog.h"
 #include "app/mdi_main_window.h"
 #include "effects/effect_driver.h"
@@ -15,7 +16,7 @@
 
 namespace osmera {
 
-void MainDialog::RunEffect(LEffectId id) {
+void MainDialog::RunEffect(LEffectId id, LEffectDialog* dialog) {
     LOMFile* doc = controller_.GetCurrent();
     if (!doc)
         return;
@@ -26,10 +27,13 @@ void MainDialog::RunEffect(LEffectId id) {
         // The progress window's clock starts with the job, not with the dialog.
         LQtProgress progress(&frame_, QString::fromUtf8(info.command));
         LEffectDriver driver(controller_, settings_, progress, this);
-        LQtEffectDialog dialog(&frame_, prompts_, transport_.get(), *doc, effectDialogRunner_);
-        result = driver.Run(id, &dialog);
+        LQtEffectDialog tableDialog(&frame_, prompts_, transport_.get(), *doc, effectDialogRunner_);
+        result = driver.Run(id, dialog ? dialog : &tableDialog);
         --busy_;
     }
+    // Keys go to the frame again once the dialog is gone (Ctrl+Z right after an effect),
+    // also where no window manager hands the focus back.
+    frame_.activateWindow();
     switch (result.status) {
         case LEffectStatus::kNotAvailable:
             NotAvailable(QString::fromUtf8(info.command));
@@ -45,12 +49,34 @@ void MainDialog::RunEffect(LEffectId id) {
     UpdateCommandStates();
 }
 
+// The Envelope's dialog edits the points of "envelope.dat" over the selection's waveform.
+void MainDialog::CmEnvelope() {
+    LOMFile* doc = controller_.GetCurrent();
+    if (!doc)
+        return;
+    LEnvelopeDialog dialog(&frame_, prompts_, transport_.get(), *doc);
+    RunEffect(LEffectId::kEnvelope, &dialog);
+}
+
 void MainDialog::CmAmplify() {
     RunEffect(LEffectId::kAmplify);
 }
 
 void MainDialog::CmNormalize() {
     RunEffect(LEffectId::kNormalize);
+}
+
+// Insert Silence asks its length in milliseconds ("SilenceTimes") like every effect.
+void MainDialog::CmInsertSilenceBegin() {
+    RunEffect(LEffectId::kInsertSilenceStart);
+}
+
+void MainDialog::CmInsertSilenceCurrent() {
+    RunEffect(LEffectId::kInsertSilenceCurrent);
+}
+
+void MainDialog::CmInsertSilenceEnd() {
+    RunEffect(LEffectId::kInsertSilenceEnd);
 }
 
 void MainDialog::CmReverse() {

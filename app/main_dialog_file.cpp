@@ -109,7 +109,7 @@ bool MainDialog::OpenFile(const QString& path, bool firstFile) {
     int result;
     {
         ++busy_;
-        LQtProgress progress(&frame_);
+        LQtProgress progress(&frame_, QStringLiteral("Open"));
         result = controller_.OpenDocument(full.toStdString(), &progress, &message, &warning);
         --busy_;
     }
@@ -141,7 +141,7 @@ bool MainDialog::SaveDocument(LOMFile& doc) {
     int result;
     {
         ++busy_;
-        LQtProgress progress(&frame_);
+        LQtProgress progress(&frame_, QStringLiteral("Save"));
         progress.SetLine(0, "Saving...");
         // Width 0 keeps the sample width the file was opened with.
         result = controller_.SaveCurrentFile("", 0, &progress, &message);
@@ -189,7 +189,7 @@ bool MainDialog::SaveDocumentAs(LOMFile& doc) {
     int result;
     {
         ++busy_;
-        LQtProgress progress(&frame_);
+        LQtProgress progress(&frame_, QStringLiteral("Save As"));
         result =
             controller_.SaveCurrentFile(path.toStdString(), bytesPerSample, &progress, &message);
         --busy_;

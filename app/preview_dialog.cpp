@@ -1,8 +1,10 @@
 #include "app/preview_dialog.h"
 
 #include <QPushButton>
+#include <algorithm>
 
 #include "app/editor_transport.h"
+#include "effects/effect_job.h"
 
 namespace osmera {
 
@@ -31,6 +33,13 @@ void LOMPreviewDialog::TogglePreview() {
         StopPreview();
     else
         StartPreview();
+}
+
+LCutListAudio LOMPreviewDialog::SelectionCopy(int32_t& length) const {
+    const int32_t start = std::max(doc_.selStart, 0);
+    const int32_t end = std::max(doc_.selEnd, start);
+    length = end - start;
+    return CopyRange(doc_.audio, start, end);
 }
 
 void LOMPreviewDialog::ParameterChanged() {

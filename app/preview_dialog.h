@@ -42,6 +42,9 @@ class LOMPreviewDialog : public QDialog {
     // Derived dialogs call this whenever a value changes.
     void ParameterChanged();
     const LOMFile& Document() const { return doc_; }
+    // The document's selection as a list of its own (entries only, cheap); its length in
+    // `length`.
+    LCutListAudio SelectionCopy(int32_t& length) const;
 
   private:
     void StartPreview();

@@ -8,8 +8,10 @@
 
 #include "app/command_menus.h"
 #include "app/command_table.h"
+#include "app/effect_dialog.h"
 #include "display/document_model.h"
 #include "edit/document_io.h"
+#include "edit/src_cut_list_audio.h"
 #include "tests/app/app_fixture.h"
 
 namespace osmera {
@@ -17,16 +19,32 @@ namespace {
 
 using Editor = testing::EditorTest;
 
-TEST_F(Editor, TimeTextsPlaceSilenceAndSelectRegions) {
+TEST_F(Editor, SilenceLengthsAndTimeTextsPlaceSilenceAndSelectRegions) {
     LOMFile& doc = Open("a.wav");  // one second at 8000 Hz
     doc.cursor = 2000;
-    prompts.timeAnswer = {"0.25"};
+    QString typed = "250";
+    main->SetEffectDialogRunner([&](LOMEffectDialog& d) {
+        d.Field(0)->setText(typed);
+        d.accept();
+        return d.result();
+    });
     main->Dispatch(kIdInsertSilenceCurrent);
     EXPECT_EQ(doc.audio.GetLength(), 10000);
-    EXPECT_EQ(doc.selStart, 2000);
-    EXPECT_EQ(doc.selEnd, 4000);
-    EXPECT_EQ(settings.GetText("StoredValues", "InsertSilenceLength", ""), "0.25");
-    prompts.timeAnswer = {"-1"};  // refused by the dialog; a bad answer changes nothing
+    // The silence sits at the cursor (the ramp goes on after it).
+    std::vector<int32_t> frames(10000);
+    LSRCCutListAudio(doc.audio).Read(frames.data(), 10000);
+    EXPECT_NE(frames[1999], 0);
+    EXPECT_EQ(frames[2000], 0);
+    EXPECT_EQ(frames[3999], 0);
+    EXPECT_EQ(frames[4000], frames[1999] + 7 * 16);
+    EXPECT_EQ(settings.GetInt("StoredValues", "SilenceTimes", -1), 250);
+    EXPECT_EQ(main->Menus().Action(kIdUndo)->text(), "Undo Edit Silence\tCtrl+Z");
+    typed = "abc";  // refused by the dialog, then cancelled: nothing changes
+    main->SetEffectDialogRunner([&](LOMEffectDialog& d) {
+        d.Field(0)->setText(typed);
+        d.accept();
+        return int{QDialog::Rejected};
+    });
     main->Dispatch(kIdInsertSilenceEnd);
     EXPECT_EQ(doc.audio.GetLength(), 10000);
 

@@ -136,7 +136,8 @@ TEST_F(Effects, PreviewPlaysTheProcessedSelectionAndLeavesTheDocument) {
     LOMFile& doc = Open("a.wav");
     doc.SetSelection(1000, 3000);
     const std::string out = dir.File("preview.wav");
-    main->Transport().SetDeviceOpener(VirtualOutOpener(0, out));
+    // Real time: the first preview still plays when the value changes.
+    main->Transport().SetDeviceOpener(VirtualOutOpener(1.0, out));
     const std::vector<int32_t> before = Samples(doc.audio);
     LCutListAudio selection;
     doc.audio.EfCopy(1000, 3000, selection);
@@ -144,8 +145,13 @@ TEST_F(Effects, PreviewPlaysTheProcessedSelectionAndLeavesTheDocument) {
         d.show();
         QPushButton* preview = d.findChild<QPushButton*>("preview");
         EXPECT_EQ(preview->text(), "Preview");
-        d.Field(0)->setText("50");
+        d.Field(0)->setText("200");
         preview->click();
+        EXPECT_EQ(preview->text(), "Stop");
+        QTest::qWait(40);
+        // Typing a new value restarts the preview with it; what is heard last is 50 %.
+        d.Field(0)->clear();
+        QTest::keyClicks(d.Field(0), "50");
         EXPECT_EQ(preview->text(), "Stop");
         QElapsedTimer t;
         t.start();
