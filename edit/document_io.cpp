@@ -22,9 +22,12 @@ void Say(std::string* message, const std::string& text) {
 }  // namespace
 
 int LoadAudioFile(const std::string& path, LCutListAudio& target, LProgress* progress,
-                  std::string* message, const std::string& title, LLoadReport* report) {
-    LOpenOptions options;
-    options.multichannel = LOpenOptions::Channels::kDownmix;
+                  std::string* message, const std::string& title, LLoadReport* report,
+                  const LOpenOptions* open) {
+    LOpenOptions options = open ? *open : LOpenOptions{};
+    // A document holds one or two channels.
+    if (options.multichannel == LOpenOptions::Channels::kKeep)
+        options.multichannel = LOpenOptions::Channels::kDownmix;
     LOpenReport opened;
     LSourceRef source = OpenAudioSource(path, options, &opened);
     if (!source->IsOk()) {

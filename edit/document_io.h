@@ -18,6 +18,7 @@
 #include "edit/cut_list_audio.h"
 #include "formats/audio_format.h"
 #include "formats/audio_tags.h"
+#include "formats/open_audio_source.h"
 
 namespace osmera {
 
@@ -38,9 +39,11 @@ struct LLoadReport {
 // exactly the file's audio at its rate and channel count, and `report` (when given) what
 // the user should be told. A file of more than two channels is mixed down to stereo (see
 // formats/src_downmix.h), and the report says so.
+// `open` (may be null) gives the parameters of a headerless file and the channel pair of
+// a multichannel one; a multichannel file is mixed down unless a pair is asked for.
 int LoadAudioFile(const std::string& path, LCutListAudio& target, LProgress* progress,
                   std::string* message = nullptr, const std::string& title = "Opening",
-                  LLoadReport* report = nullptr);
+                  LLoadReport* report = nullptr, const LOpenOptions* open = nullptr);
 
 // Writes `audio` at the list's rate and channels in the format the path's extension
 // selects (WAV for any other extension) with PCM formats at `bytesPerSample` (1 to 4).

@@ -94,7 +94,8 @@ TEST_F(Editor, EveryCommandReachesItsHandlerOrSaysItIsNotAvailable) {
                                       kIdAutoTrim,
                                       kIdAutoClickPop,
                                       kIdManualClickPop,
-                                      kIdEnvelope};
+                                      kIdEnvelope,
+                                      kIdEditTags};
     for (const LCommandRow& row : CommandTable()) {
         SCOPED_TRACE(row.id);
         LOMFile& doc = Open("a.wav");
