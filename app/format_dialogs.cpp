@@ -212,6 +212,7 @@ LTagsDialog::LTagsDialog(QWidget* parent, const LAudioTags& tags)
       track_(new QSpinBox(this)),
       comment_(new QLineEdit(QString::fromStdString(tags.comment), this)) {
     setWindowTitle(QStringLiteral("Edit ID3 Tags"));
+    setMinimumWidth(420);
     // 0 shows as empty: the tag is left out.
     year_->setRange(0, 9999);
     year_->setSpecialValueText(QStringLiteral(" "));

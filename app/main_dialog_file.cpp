@@ -265,8 +265,9 @@ bool MainDialog::SaveDocumentAs(LOMFile& doc, int filter) {
     const QString name = QString::fromStdString(doc.GetDisplayName());
     QString path;
     LWriteOptions options;
-    if (!AskSavePath(doc.path.empty() ? name + QStringLiteral(".wav") : name, doc.path,
-                     doc.bytesPerSample * 8, path, options, filter))
+    // The name without its extension: the format chosen in the dialog gives the new one.
+    if (!AskSavePath(QFileInfo(name).completeBaseName(), doc.path, doc.bytesPerSample * 8, path,
+                     options, filter))
         return false;
     controller_.SetCurrent(&doc);
     std::string message;

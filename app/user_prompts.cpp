@@ -7,6 +7,7 @@
 #include <QFileDialog>
 #include <QInputDialog>
 #include <QMessageBox>
+#include <QRegularExpression>
 #include <QUrl>
 #include <algorithm>
 
@@ -51,7 +52,15 @@ QString LQtUserPrompts::SaveFileName(const QString& title, const QString& folder
     dialog.setNameFilters(filters);
     if (filterIndex >= 0 && filterIndex < filters.size())
         dialog.selectNameFilter(filters.at(filterIndex));
-    dialog.setDefaultSuffix(QStringLiteral("wav"));
+    // A name typed without an extension gets the one of the filter chosen.
+    auto suffixOf = [](const QString& filter) {
+        const QRegularExpressionMatch m =
+            QRegularExpression(QStringLiteral("\\*\\.(\\w+)")).match(filter);
+        return m.hasMatch() ? m.captured(1) : QStringLiteral("wav");
+    };
+    dialog.setDefaultSuffix(suffixOf(dialog.selectedNameFilter()));
+    QObject::connect(&dialog, &QFileDialog::filterSelected, &dialog,
+                     [&](const QString& filter) { dialog.setDefaultSuffix(suffixOf(filter)); });
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return {};
     filterIndex = static_cast<int>(filters.indexOf(dialog.selectedNameFilter()));
