@@ -53,7 +53,6 @@ class LOMRecordWindow;
 
 // The open dialog's filters in order, and Save As's (WAV 8, 16, 24 and 32 bits).
 QStringList OpenFileFilters();
-QStringList SaveFileFilters();
 
 class MainDialog : public QObject, public LDocumentListener {
     Q_OBJECT
@@ -146,6 +145,8 @@ class MainDialog : public QObject, public LDocumentListener {
         QPointer<QMdiSubWindow> window;
         // Mark First / Mark Second Position; Recall Mark Selection selects between them.
         int32_t marks[2] = {0, 0};
+        // The user agreed to save this lossy file in its own format again.
+        bool lossyKept = false;
     };
     // Where Insert Silence and Insert File put their audio.
     enum class LInsertAt { kBegin, kCursor, kEnd };
@@ -166,11 +167,17 @@ class MainDialog : public QObject, public LDocumentListener {
 
     // File helpers.
     bool SaveDocument(LOMFile& doc);
-    bool SaveDocumentAs(LOMFile& doc);
-    // Save As's dialog: the path to write and the WAV width chosen (bytes per sample),
-    // remembered in "SaveAsDir" / "SaveAsFormat"; false on Cancel.
-    bool AskSavePath(const QString& suggestedName, const std::string& folderOf, QString& path,
-                     int32_t& bytesPerSample);
+    // What opening `path` needs from the user: a headerless file's rate, channels and
+    // encoding, and what a file of more than two channels becomes. False on Cancel.
+    bool AskOpenOptions(const QString& path, LOpenOptions& options);
+    // `filter`: the save dialog's filter shown first; -1 for the one last chosen.
+    bool SaveDocumentAs(LOMFile& doc, int filter = -1);
+    // Save As's dialog, then the chosen format's options: the path to write and what to
+    // write it with, the folder and filter remembered in "SaveAsDir" / "SaveAsFormat";
+    // `defaultBits` is the width offered when the format's own is not remembered. False on
+    // Cancel.
+    bool AskSavePath(const QString& suggestedName, const std::string& folderOf, int32_t defaultBits,
+                     QString& path, LWriteOptions& options, int filter = -1);
     // Shows a file job's failure ("File Error" with its message); true when it finished.
     bool JobFinished(int result, const std::string& message);
     void ReportEditResult(LEditResult result);

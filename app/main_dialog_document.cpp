@@ -179,15 +179,16 @@ void MainDialog::CmSaveSelectRegionAs() {
     doc.audio.EfCopy(doc.selStart, doc.selEnd, part);
     const QString stem = QFileInfo(QString::fromStdString(doc.GetDisplayName())).completeBaseName();
     QString path;
-    int32_t bytesPerSample = 2;
-    if (!AskSavePath(stem + QStringLiteral(" region.wav"), doc.path, path, bytesPerSample))
+    LWriteOptions options;
+    if (!AskSavePath(stem + QStringLiteral(" region"), doc.path, doc.bytesPerSample * 8, path,
+                     options))
         return;
     std::string message;
     int result;
     {
         ++busy_;
         LQtProgress progress(&frame_, QStringLiteral("Save Select Region As"));
-        result = SaveAudioFile(part, path.toStdString(), bytesPerSample, &progress, &message);
+        result = SaveAudioFile(part, path.toStdString(), options, &doc.tags, &progress, &message);
         --busy_;
     }
     if (JobFinished(result, message))

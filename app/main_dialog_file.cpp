@@ -2,14 +2,17 @@
 // recent-file list.
 #include <QDateTime>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QMdiSubWindow>
 #include <QStatusBar>
 
 #include "app/command_menus.h"
+#include "app/format_dialogs.h"
 #include "app/main_dialog.h"
 #include "app/mdi_main_window.h"
 #include "app/record_window.h"
+#include "app/save_formats.h"
 #include "edit/document_io.h"
 #include "platform/qt_progress.h"
 
@@ -49,10 +52,6 @@ constexpr LOpenFilter kOpenFilters[] = {
     {"All Files", "*"},
 };
 
-// Save As offers WAV at these sample sizes; "SaveAsFormat" remembers the index.
-constexpr int32_t kSaveBytes[] = {1, 2, 3, 4};
-constexpr int kDefaultSaveFormat = 1;
-
 }  // namespace
 
 QStringList OpenFileFilters() {
@@ -66,13 +65,6 @@ QStringList OpenFileFilters() {
             name.truncate(open);
         filters << QStringLiteral("%1 (%2)").arg(name, QLatin1String(filter.patterns));
     }
-    return filters;
-}
-
-QStringList SaveFileFilters() {
-    QStringList filters;
-    for (int32_t bytes : kSaveBytes)
-        filters << QStringLiteral("WAV %1-bit PCM (*.wav)").arg(bytes * 8);
     return filters;
 }
 
@@ -104,13 +96,16 @@ bool MainDialog::OpenFile(const QString& path, bool firstFile) {
         return false;
     }
     const QString full = QFileInfo(path).absoluteFilePath();
+    LOpenOptions open;
+    if (!AskOpenOptions(full, open))
+        return false;
     std::string message;
     std::string warning;
     int result;
     {
         ++busy_;
         LQtProgress progress(&frame_, QStringLiteral("Open"));
-        result = controller_.OpenDocument(full.toStdString(), &progress, &message, &warning);
+        result = controller_.OpenDocument(full.toStdString(), &progress, &message, &warning, &open);
         --busy_;
     }
     if (!JobFinished(result, message))
@@ -121,6 +116,53 @@ bool MainDialog::OpenFile(const QString& path, bool firstFile) {
     // as far as it goes; the user is told what was left out or filled in.
     if (!warning.empty())
         prompts_.Warn(QStringLiteral("Osmera"), QString::fromStdString(warning));
+    return true;
+}
+
+bool MainDialog::AskOpenOptions(const QString& path, LOpenOptions& options) {
+    const std::string file = path.toStdString();
+    const QString name = QFileInfo(path).fileName();
+    // A headerless file (named so, and whose first bytes match no known format) says
+    // nothing of its rate, channels or encoding: the user does.
+    const LReaderKind byName = ReaderForExtension(file);
+    if (byName == LReaderKind::kRaw || byName == LReaderKind::kVox || byName == LReaderKind::kGsm) {
+        QFile in(path);
+        QByteArray head;
+        if (in.open(QIODevice::ReadOnly))
+            head = in.read(64);
+        if (SniffContent(reinterpret_cast<const uint8_t*>(head.constData()),
+                         static_cast<size_t>(head.size())) == LReaderKind::kUnknown) {
+            LRawParams& raw = options.raw;
+            raw.sampleRate = settings_.GetInt(kSettings, "RawOpenRate", raw.sampleRate);
+            raw.channels = settings_.GetInt(kSettings, "RawOpenChannels", raw.channels);
+            raw.encoding = static_cast<LRawEncoding>(
+                settings_.GetInt(kSettings, "RawOpenEncoding", static_cast<int32_t>(raw.encoding)));
+            raw.bigEndian = settings_.GetInt(kSettings, "RawOpenBigEndian", 0) != 0;
+            if (!prompts_.AskRawParams(name, raw, byName != LReaderKind::kRaw))
+                return false;
+            settings_.SetInt(kSettings, "RawOpenRate", raw.sampleRate);
+            settings_.SetInt(kSettings, "RawOpenChannels", raw.channels);
+            settings_.SetInt(kSettings, "RawOpenEncoding", static_cast<int32_t>(raw.encoding));
+            settings_.SetInt(kSettings, "RawOpenBigEndian", raw.bigEndian ? 1 : 0);
+        }
+    }
+    // A file of more than two channels becomes stereo the way the user picks.
+    LOpenReport probe;
+    const LSourceRef source = OpenAudioSource(file, options, &probe);
+    const int channels = source->IsOk() ? probe.fileChannels : 0;
+    if (channels <= 2)
+        return true;
+    QStringList choices = {QStringLiteral("A stereo mix of all channels")};
+    for (int pair = 0; 2 * pair + 2 <= channels; ++pair)
+        choices << QStringLiteral("Channels %1 and %2").arg(2 * pair + 1).arg(2 * pair + 2);
+    const int chosen = prompts_.AskChoice(
+        QStringLiteral("Multichannel File"),
+        QStringLiteral("\"%1\" has %2 channels. Open it as:").arg(name).arg(channels), choices, 0);
+    if (chosen < 0)
+        return false;
+    options.multichannel =
+        chosen == 0 ? LOpenOptions::Channels::kDownmix : LOpenOptions::Channels::kPair;
+    options.pair = chosen == 0 ? 0 : chosen - 1;
     return true;
 }
 
@@ -136,6 +178,31 @@ bool MainDialog::SaveDocument(LOMFile& doc) {
                            "save in another format (wav, mp3, gsm, vox) instead?"));
         return answer == LAnswer::kYes && SaveDocumentAs(doc);
     }
+    // A file opened through a decoder (.m4a, .wma...) cannot be written back in its format:
+    // it is never overwritten with another format's bytes under its own name.
+    if (!IsWritableExtension(doc.path)) {
+        const LAnswer answer = prompts_.AskYesNo(
+            QStringLiteral("Osmera"),
+            QStringLiteral("Saving in the %1 format is not supported. Do you want to save in "
+                           "another format instead?")
+                .arg(suffix.toUpper()));
+        return answer == LAnswer::kYes && SaveDocumentAs(doc);
+    }
+    // Each save of a lossy file loses quality again: asked once per document.
+    LOpenDocument* open = Find(&doc);
+    if (WriteFormatForPath(doc.path).lossy && open && !open->lossyKept) {
+        const LAnswer answer = prompts_.AskYesNoCancel(
+            QStringLiteral("Osmera"),
+            QStringLiteral("\"%1\" is in a lossy format: saving it again loses quality.\n\n"
+                           "Yes saves it as %2 anyway; No saves it in a lossless format "
+                           "(FLAC or WAV) instead.")
+                .arg(QString::fromStdString(doc.GetDisplayName()), suffix.toUpper()));
+        if (answer == LAnswer::kCancel)
+            return false;
+        if (answer == LAnswer::kNo)
+            return SaveDocumentAs(doc, SaveFilterOf("flac"));
+        open->lossyKept = true;
+    }
     controller_.SetCurrent(&doc);
     std::string message;
     int result;
@@ -143,8 +210,14 @@ bool MainDialog::SaveDocument(LOMFile& doc) {
         ++busy_;
         LQtProgress progress(&frame_, QStringLiteral("Save"));
         progress.SetLine(0, "Saving...");
-        // Width 0 keeps the sample width the file was opened with.
-        result = controller_.SaveCurrentFile("", 0, &progress, &message);
+        // The format of the file's extension, with the options last chosen for it; width 0
+        // keeps the sample width the file was opened with.
+        LWriteOptions options;
+        const LWriteFormat& format = WriteFormatForPath(doc.path);
+        LoadSaveOptions(settings_, format, options);
+        options.format = format.name;
+        options.bits = 0;
+        result = controller_.SaveCurrentFile("", options, &progress, &message);
         --busy_;
     }
     if (!JobFinished(result, message))
@@ -154,35 +227,47 @@ bool MainDialog::SaveDocument(LOMFile& doc) {
 }
 
 bool MainDialog::AskSavePath(const QString& suggestedName, const std::string& folderOf,
-                             QString& path, int32_t& bytesPerSample) {
+                             int32_t defaultBits, QString& path, LWriteOptions& options,
+                             int filter) {
     QString folder = QString::fromStdString(settings_.GetText(kSettings, "SaveAsDir", ""));
     if (folder.isEmpty())
         folder = folderOf.empty() ? QDir::homePath()
                                   : QFileInfo(QString::fromStdString(folderOf)).absolutePath();
-    int format = settings_.GetInt(kSettings, "SaveAsFormat", kDefaultSaveFormat);
-    if (format < 0 || format >= static_cast<int>(std::size(kSaveBytes)))
-        format = kDefaultSaveFormat;
+    const QStringList filters = SaveFileFilters();
+    if (filter < 0)
+        filter = settings_.GetInt(kSettings, "SaveAsFormat", kDefaultSaveFormat);
+    if (filter < 0 || filter >= filters.size())
+        filter = kDefaultSaveFormat;
     path = prompts_.SaveFileName(QStringLiteral("Save Audio File As"),
-                                 QDir(folder).filePath(suggestedName), SaveFileFilters(), format);
+                                 QDir(folder).filePath(suggestedName), filters, filter);
     if (path.isEmpty())
         return false;
-    if (format < 0 || format >= static_cast<int>(std::size(kSaveBytes)))
-        format = kDefaultSaveFormat;
-    if (QFileInfo(path).suffix().isEmpty())
-        path += QStringLiteral(".wav");
+    if (filter < 0 || filter >= filters.size())
+        filter = kDefaultSaveFormat;
+    options = LWriteOptions{};
+    options.bits = defaultBits;
+    const LWriteFormat* format = ResolveSaveFormat(path, filter, options);
+    if (!format)
+        return false;
+    if (HasSaveOptions(*format)) {
+        LoadSaveOptions(settings_, *format, options);
+        if (!prompts_.AskSaveOptions(*format, options))
+            return false;
+        StoreSaveOptions(settings_, *format, options);
+    }
     path = QFileInfo(path).absoluteFilePath();
     settings_.SetText(kSettings, "SaveAsDir", QFileInfo(path).absolutePath().toStdString());
-    settings_.SetInt(kSettings, "SaveAsFormat", format);
-    bytesPerSample = kSaveBytes[format];
+    settings_.SetInt(kSettings, "SaveAsFormat", filter);
     return true;
 }
 
-bool MainDialog::SaveDocumentAs(LOMFile& doc) {
+bool MainDialog::SaveDocumentAs(LOMFile& doc, int filter) {
     const QString name = QString::fromStdString(doc.GetDisplayName());
     QString path;
-    int32_t bytesPerSample = 2;
-    if (!AskSavePath(doc.path.empty() ? name + QStringLiteral(".wav") : name, doc.path, path,
-                     bytesPerSample))
+    LWriteOptions options;
+    // The name without its extension: the format chosen in the dialog gives the new one.
+    if (!AskSavePath(QFileInfo(name).completeBaseName(), doc.path, doc.bytesPerSample * 8, path,
+                     options, filter))
         return false;
     controller_.SetCurrent(&doc);
     std::string message;
@@ -190,17 +275,39 @@ bool MainDialog::SaveDocumentAs(LOMFile& doc) {
     {
         ++busy_;
         LQtProgress progress(&frame_, QStringLiteral("Save As"));
-        result =
-            controller_.SaveCurrentFile(path.toStdString(), bytesPerSample, &progress, &message);
+        result = controller_.SaveCurrentFile(path.toStdString(), options, &progress, &message);
         --busy_;
     }
     if (!JobFinished(result, message))
         return false;
-    if (LOpenDocument* open = Find(&doc))
+    if (LOpenDocument* open = Find(&doc)) {
+        // The user chose this format just now.
+        open->lossyKept = true;
         UpdateWindowTitle(*open);
+    }
     AddToRecentFileList(doc.path);
     UpdateWindowList();
     return true;
+}
+
+// The tags go into the file at its next save, in the formats that carry them.
+void MainDialog::CmEditTags() {
+    LOMFile* doc = controller_.GetCurrent();
+    if (!doc)
+        return;
+    LAudioTags tags = doc->tags;
+    if (!prompts_.AskTags(tags) || tags == doc->tags)
+        return;
+    doc->tags = tags;
+    doc->modified = true;
+    if (LOpenDocument* open = Find(doc))
+        UpdateWindowTitle(*open);
+    UpdateCommandStates();
+    if (!doc->path.empty() && !FormatCarriesTags(WriteFormatForPath(doc->path).name))
+        frame_.statusBar()->showMessage(
+            QStringLiteral("The %1 format carries no tags: save as MP3, FLAC, Ogg, Opus or WAV "
+                           "to keep them.")
+                .arg(QFileInfo(QString::fromStdString(doc->path)).suffix().toUpper()));
 }
 
 void MainDialog::CmSave() {

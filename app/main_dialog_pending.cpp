@@ -32,10 +32,6 @@ void MainDialog::CmSaveProjectAs() {
     NotAvailable(kIdSaveProjectAs);
 }
 
-void MainDialog::CmEditTags() {
-    NotAvailable(kIdEditTags);
-}
-
 void MainDialog::CmPluginEffects() {
     NotAvailable(kIdPluginEffects);
 }

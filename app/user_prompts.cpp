@@ -1,11 +1,15 @@
 #include "app/user_prompts.h"
 
 #include "app/edit_dialogs.h"
+#include "app/format_dialogs.h"
 
 #include <QDesktopServices>
 #include <QFileDialog>
+#include <QInputDialog>
 #include <QMessageBox>
+#include <QRegularExpression>
 #include <QUrl>
+#include <algorithm>
 
 namespace osmera {
 
@@ -48,7 +52,15 @@ QString LQtUserPrompts::SaveFileName(const QString& title, const QString& folder
     dialog.setNameFilters(filters);
     if (filterIndex >= 0 && filterIndex < filters.size())
         dialog.selectNameFilter(filters.at(filterIndex));
-    dialog.setDefaultSuffix(QStringLiteral("wav"));
+    // A name typed without an extension gets the one of the filter chosen.
+    auto suffixOf = [](const QString& filter) {
+        const QRegularExpressionMatch m =
+            QRegularExpression(QStringLiteral("\\*\\.(\\w+)")).match(filter);
+        return m.hasMatch() ? m.captured(1) : QStringLiteral("wav");
+    };
+    dialog.setDefaultSuffix(suffixOf(dialog.selectedNameFilter()));
+    QObject::connect(&dialog, &QFileDialog::filterSelected, &dialog,
+                     [&](const QString& filter) { dialog.setDefaultSuffix(suffixOf(filter)); });
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return {};
     filterIndex = static_cast<int>(filters.indexOf(dialog.selectedNameFilter()));
@@ -75,6 +87,38 @@ bool LQtUserPrompts::AskFormat(const QString& title, int32_t& rate, int* channel
     if (channels)
         *channels = dialog.Channels();
     return true;
+}
+
+bool LQtUserPrompts::AskSaveOptions(const LWriteFormat& format, LWriteOptions& options) {
+    LSaveOptionsDialog dialog(parent_, format, options);
+    if (dialog.exec() != QDialog::Accepted)
+        return false;
+    options = dialog.Options();
+    return true;
+}
+
+bool LQtUserPrompts::AskRawParams(const QString& fileName, LRawParams& params, bool codedOnly) {
+    LRawOpenDialog dialog(parent_, fileName, params, codedOnly);
+    if (dialog.exec() != QDialog::Accepted)
+        return false;
+    params = dialog.Params();
+    return true;
+}
+
+bool LQtUserPrompts::AskTags(LAudioTags& tags) {
+    LTagsDialog dialog(parent_, tags);
+    if (dialog.exec() != QDialog::Accepted)
+        return false;
+    tags = dialog.Tags();
+    return true;
+}
+
+int LQtUserPrompts::AskChoice(const QString& title, const QString& text, const QStringList& choices,
+                              int current) {
+    bool ok = false;
+    const QString chosen = QInputDialog::getItem(
+        parent_, title, text, choices, std::clamp<int>(current, 0, choices.size() - 1), false, &ok);
+    return ok ? static_cast<int>(choices.indexOf(chosen)) : -1;
 }
 
 }  // namespace osmera

@@ -9,6 +9,9 @@
 #include <QStringList>
 #include <cstdint>
 
+#include "formats/audio_format.h"
+#include "formats/audio_tags.h"
+
 class QWidget;
 
 namespace osmera {
@@ -41,6 +44,17 @@ class LUserPrompts {
     // A sample rate and, when `channels` is given, a channel count (1 or 2), shown with the
     // values they hold and changed on OK; false on Cancel.
     virtual bool AskFormat(const QString& title, int32_t& rate, int* channels) = 0;
+    // The options of `format` for a save, shown with `options` and changed on OK; false on
+    // Cancel (format_dialogs.h).
+    virtual bool AskSaveOptions(const LWriteFormat& format, LWriteOptions& options) = 0;
+    // How the headerless file `fileName` stores its audio: rate and channels, and for raw
+    // PCM (not `codedOnly` VOX or GSM data) the encoding and byte order; false on Cancel.
+    virtual bool AskRawParams(const QString& fileName, LRawParams& params, bool codedOnly) = 0;
+    // The document's text tags, changed on OK; false on Cancel.
+    virtual bool AskTags(LAudioTags& tags) = 0;
+    // One of `choices` (its index, `current` shown first); -1 on Cancel.
+    virtual int AskChoice(const QString& title, const QString& text, const QStringList& choices,
+                          int current) = 0;
 };
 
 class LQtUserPrompts : public LUserPrompts {
@@ -59,6 +73,11 @@ class LQtUserPrompts : public LUserPrompts {
     bool OpenInBrowser(const QString& path) override;
     bool AskTimes(const QString& title, const QStringList& labels, QStringList& texts) override;
     bool AskFormat(const QString& title, int32_t& rate, int* channels) override;
+    bool AskSaveOptions(const LWriteFormat& format, LWriteOptions& options) override;
+    bool AskRawParams(const QString& fileName, LRawParams& params, bool codedOnly) override;
+    bool AskTags(LAudioTags& tags) override;
+    int AskChoice(const QString& title, const QString& text, const QStringList& choices,
+                  int current) override;
 
   private:
     QWidget* parent_;

@@ -23,7 +23,8 @@ LOMFile& LDocumentController::NewDocument(uint32_t sampleRate, uint8_t channels)
 }
 
 int LDocumentController::OpenDocument(const std::string& path, LProgress* progress,
-                                      std::string* message, std::string* warning) {
+                                      std::string* message, std::string* warning,
+                                      const LOpenOptions* open) {
     if (CheckFreeCuts() != LEditResult::kDone) {
         if (message)
             *message = kCutTankFullMessage;
@@ -31,7 +32,7 @@ int LDocumentController::OpenDocument(const std::string& path, LProgress* progre
     }
     auto doc = std::make_unique<LOMFile>();
     LLoadReport report;
-    const int result = LoadAudioFile(path, doc->audio, progress, message, "Opening", &report);
+    const int result = LoadAudioFile(path, doc->audio, progress, message, "Opening", &report, open);
     if (result != kJobDone)
         return result;
     if (warning)

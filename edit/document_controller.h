@@ -28,6 +28,7 @@
 #include "core/settings_store.h"
 #include "edit/om_file.h"
 #include "formats/audio_format.h"
+#include "formats/open_audio_source.h"
 
 namespace osmera {
 
@@ -85,12 +86,14 @@ class LDocumentController {
     LOMFile& NewDocument(uint32_t sampleRate, uint8_t channels);
     // Opens `path` into a new document that becomes current; the document remembers the
     // file's sample width for later saves. On anything but kJobDone (document_io.h) no
-    // document is added and `message` says why (a file of more than two channels is
-    // refused; kCutTankFullMessage when no cut number is free). On kJobDone `warning` is "" when
-    // the file opened whole, else the lines to show the user: frames beyond what a document holds
-    // left out, or a file that ends before its header says whose rest opened as silence.
+    // document is added and `message` says why (kCutTankFullMessage when no cut number is
+    // free). A file of more than two channels is mixed down, or gives the pair `open` asks. On
+    // kJobDone `warning` is "" when the file opened whole, else the lines to show the user: frames
+    // beyond what a document holds left out, or a file that ends before its header says whose rest
+    // opened as silence. `open` as LoadAudioFile takes it (a headerless file's parameters, a
+    // channel pair).
     int OpenDocument(const std::string& path, LProgress* progress, std::string* message = nullptr,
-                     std::string* warning = nullptr);
+                     std::string* warning = nullptr, const LOpenOptions* open = nullptr);
     // Saves the current document to `path` ("" for its own path) in the format its
     // extension selects (PCM WAV for any other), PCM formats at `bytesPerSample`, 0 meaning the
     // width the document was opened with (16 bits for a new one). On success the document takes

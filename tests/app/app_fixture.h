@@ -7,7 +7,9 @@
 
 #include <QMdiSubWindow>
 #include <deque>
+#include <functional>
 #include <memory>
+#include <optional>
 
 #include "app/editor_transport.h"
 #include "app/effect_dialog.h"
@@ -68,6 +70,33 @@ class ScriptedPrompts : public LUserPrompts {
         return true;
     }
 
+    bool AskSaveOptions(const LWriteFormat& format, LWriteOptions& options) override {
+        asked << QString::fromLatin1(format.name) + " options";
+        if (!saveOptionsAnswer)
+            return false;
+        saveOptionsAnswer(options);
+        return true;
+    }
+    bool AskRawParams(const QString& fileName, LRawParams& params, bool) override {
+        asked << "raw " + fileName;
+        if (!rawAnswer)
+            return false;
+        params = *rawAnswer;
+        return true;
+    }
+    bool AskTags(LAudioTags& tags) override {
+        asked << "tags";
+        if (!tagsAnswer)
+            return false;
+        tags = *tagsAnswer;
+        return true;
+    }
+    int AskChoice(const QString& title, const QString&, const QStringList& choices, int) override {
+        asked << title;
+        offered = choices;
+        return choiceAnswer;
+    }
+
     std::deque<LAnswer> answers;  // questions take these in order; Cancel when empty
     QStringList asked, told, browsed, openFilters, openAnswer;
     QString saveAnswer;
@@ -75,6 +104,11 @@ class ScriptedPrompts : public LUserPrompts {
     QStringList timeAnswer;  // Cancel when empty
     int32_t rateAnswer = 0;  // Cancel when 0
     int channelsAnswer = 2;
+    std::function<void(LWriteOptions&)> saveOptionsAnswer;  // Cancel when empty
+    std::optional<LRawParams> rawAnswer;                    // Cancel when empty
+    std::optional<LAudioTags> tagsAnswer;                   // Cancel when empty
+    int choiceAnswer = -1;                                  // Cancel
+    QStringList offered;
 
   private:
     LAnswer Next() {

@@ -110,7 +110,8 @@ TEST_F(Editor, EveryCommandReachesItsHandlerOrSaysItIsNotAvailable) {
                                       kIdPasteMix,
                                       kIdPasteMixFromClipboard,
                                       kIdMixFile,  // no file chosen
-                                      kIdEqualizer};
+                                      kIdEqualizer,
+                                      kIdEditTags};
     for (const LCommandRow& row : CommandTable()) {
         SCOPED_TRACE(row.id);
         LOMFile& doc = Open("a.wav");
