@@ -15,6 +15,8 @@
 #include "effects/effect_job.h"
 #include "effects/effect_sources.h"
 #include "effects/level_effects.h"
+#include "effects/loudness.h"
+#include "effects/mix_effects.h"
 #include "effects/time_effects.h"
 
 namespace osmera {
@@ -75,7 +77,9 @@ LFieldText TextOf(const char* key) {
 
 bool HasEffectPreview(LEffectId id) {
     return id == LEffectId::kAmplify || id == LEffectId::kNormalize ||
-           id == LEffectId::kRepeatLoop || id == LEffectId::kAutoClickPop || HasEffectSource(id);
+           id == LEffectId::kRepeatLoop || id == LEffectId::kAutoClickPop ||
+           id == LEffectId::kPasteMix || id == LEffectId::kMixFile || id == LEffectId::kCrossFade ||
+           id == LEffectId::kLoudnessNormalize || HasEffectSource(id);
 }
 
 LOMEffectDialog::LOMEffectDialog(const LEffectInfo& info, const std::vector<int32_t>& values,
@@ -182,6 +186,22 @@ LSourceRef LOMEffectDialog::BuildPreviewSource() {
     LCutListAudio copy = SelectionCopy(length);
     if (info_.id == LEffectId::kAmplify) {
         Amplify(copy, 0, length, values[0]);
+    } else if (info_.id == LEffectId::kPasteMix || info_.id == LEffectId::kMixFile ||
+               info_.id == LEffectId::kCrossFade) {
+        // The mix is written into cuts of the copy's own: the document is not touched.
+        LSourceRef other = mixAudio_ ? mixAudio_() : LSourceRef();
+        if (!other || !other->IsOk())
+            return {};
+        LNullProgress quiet;
+        const LEffectRequest request{&copy, length, 0, values};
+        const int done = info_.id == LEffectId::kCrossFade ? CrossFade(quiet, request, other)
+                                                           : PasteMix(quiet, request, other);
+        if (done != kJobDone)
+            return {};
+    } else if (info_.id == LEffectId::kLoudnessNormalize) {
+        LNullProgress quiet;
+        if (LoudnessNormalize(quiet, LEffectRequest{&copy, length, 0, values}) != kJobDone)
+            return {};
     } else if (info_.id == LEffectId::kRepeatLoop) {
         RepeatLoop(copy, 0, length, values[0]);
     } else if (info_.id == LEffectId::kNormalize) {
@@ -272,6 +292,7 @@ bool LQtEffectDialog::Ask(const LEffectInfo& info, std::vector<int32_t>& values)
     else
         dialog =
             std::make_unique<LOMEffectDialog>(info, values, prompts_, transport_, doc_, parent_);
+    dialog->SetMixAudio(mixAudio_);
     if ((run_ ? run_(*dialog) : dialog->exec()) != QDialog::Accepted)
         return false;
     // accept() let it close, so every field holds a number.

@@ -42,6 +42,8 @@ class LOMEffectDialog : public LOMPreviewDialog {
     bool ReadFields(std::vector<int32_t>& values) const;
     // OK: closes only when every field is valid.
     void accept() override;
+    // The mixing effects' other audio for the preview (a new source per call).
+    void SetMixAudio(std::function<LSourceRef()> make) { mixAudio_ = std::move(make); }
 
   protected:
     LSourceRef BuildPreviewSource() override;
@@ -54,6 +56,7 @@ class LOMEffectDialog : public LOMPreviewDialog {
     const LEffectInfo& info_;
     LUserPrompts& prompts_;
     std::vector<QLineEdit*> fields_;
+    std::function<LSourceRef()> mixAudio_;
 };
 
 class LAutoClickPopDlg : public LOMEffectDialog {
@@ -112,8 +115,10 @@ class LQtEffectDialog : public LEffectDialog {
     // The noise profile Noise Reduction's dialog takes and uses (borrowed; null: the
     // dialog has no "Get Noise Profile").
     void SetNoiseProfile(LNoiseProfile* profile) { noiseProfile_ = profile; }
+    void SetMixAudio(std::function<LSourceRef()> make) override { mixAudio_ = std::move(make); }
 
   private:
+    std::function<LSourceRef()> mixAudio_;
     LNoiseProfile* noiseProfile_ = nullptr;
     QWidget* parent_;
     LUserPrompts& prompts_;

@@ -122,13 +122,16 @@ LEffectResult LEffectDriver::Run(LEffectId id, LEffectDialog* dialog) {
         LSourceRef& source;
         ~ReleaseOnExit() { source.Reset(); }
     } release{mixSource_};
+    const int32_t rate = static_cast<int32_t>(doc->audio.GetSampleRate());
+    const uint8_t channels = doc->audio.GetChannels();
+    std::function<LSourceRef()> makeMix;
     if (id == LEffectId::kPasteMix || id == LEffectId::kCrossFade) {
         const LCutListAudio& other = mixList_ ? *mixList_ : controller_.GetClipboard();
         if (other.GetLength() <= 0)
             return refuse(LEffectStatus::kRefused, "Osmera", kMixClipboardEmptyMessage);
-        mixSource_ =
-            MatchFormat(LSourceRef(other.MakeSource()),
-                        static_cast<int32_t>(doc->audio.GetSampleRate()), doc->audio.GetChannels());
+        makeMix = [&other, rate, channels]() {
+            return MatchFormat(LSourceRef(other.MakeSource()), rate, channels);
+        };
     } else if (id == LEffectId::kMixFile) {
         if (mixFile_.empty())
             return refuse(LEffectStatus::kRefused, "Osmera", kMixNoFileMessage);
@@ -137,8 +140,15 @@ LEffectResult LEffectDriver::Run(LEffectId id, LEffectDialog* dialog) {
             const std::string text = OpenErrorMessage(*file, mixFile_);
             return refuse(LEffectStatus::kRefused, "Osmera", text.c_str());
         }
-        mixSource_ = MatchFormat(std::move(file), static_cast<int32_t>(doc->audio.GetSampleRate()),
-                                 doc->audio.GetChannels());
+        const std::string path = mixFile_;
+        makeMix = [path, rate, channels]() {
+            return MatchFormat(OpenAudioSource(path), rate, channels);
+        };
+    }
+    if (makeMix) {
+        mixSource_ = makeMix();
+        if (dialog)
+            dialog->SetMixAudio(makeMix);
     }
 
     std::vector<int32_t> values = ReadEffectParams(info, settings_);

@@ -12,6 +12,7 @@
 // driver. GUI thread (or the script runner's thread) only: jobs run synchronously.
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -50,6 +51,10 @@ class LEffectDialog {
         (void)points;
         return LPointsAnswer::kNoEditor;
     }
+    // For the mixing effects, before Ask: makes a new source of the other audio (in the
+    // document's rate and channels) each time it is called, for a preview. The maker stays
+    // valid until Run returns.
+    virtual void SetMixAudio(std::function<LSourceRef()> make) { (void)make; }
 };
 
 // A dialog that answers with given values (the command line, tests): each given value

@@ -256,5 +256,37 @@ TEST_F(Effects, DialogsBeyondNumbersReachTheEngine) {
     EXPECT_EQ(mixed[100], before[100] * 2);  // the same ramp, at 100 %
 }
 
+// The mixing effects are heard with the other audio before they are applied.
+TEST_F(Effects, PasteMixPreviewHearsTheClipboardOverTheSelection) {
+    settings.SetInt("Settings", "AutoPlaybackAfterEffects", 0);
+    LOMFile& doc = Open("a.wav");
+    doc.SetSelection(0, 1000);
+    main->Dispatch(kIdCopy);
+    doc.SetSelection(2000, 3000);
+    const std::string out = dir.File("mix-preview.wav");
+    main->Transport().SetDeviceOpener(VirtualOutOpener(0, out));
+    const std::vector<int32_t> before = Samples(doc.audio);
+    main->SetEffectDialogRunner([&](LOMEffectDialog& d) {
+        d.show();
+        QPushButton* preview = d.findChild<QPushButton*>("preview");
+        preview->click();
+        QElapsedTimer t;
+        t.start();
+        while (preview->text() == "Stop" && t.elapsed() < 10000)
+            QTest::qWait(5);
+        d.accept();
+        return d.result();
+    });
+    main->Dispatch(kIdPasteMix);
+    const std::vector<int32_t> heard = Samples(OpenAudioSource(out));
+    LCutListAudio applied;
+    doc.audio.EfCopy(2000, 3000, applied);
+    const std::vector<int32_t> made = Samples(applied);
+    ASSERT_EQ(heard.size(), made.size());
+    for (size_t i = 0; i < made.size(); ++i)
+        ASSERT_LE(std::abs(heard[i] - made[i]), 8) << i;
+    EXPECT_NE(Samples(doc.audio), before);
+}
+
 }  // namespace
 }  // namespace osmera
