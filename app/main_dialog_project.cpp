@@ -48,7 +48,9 @@ LProject MainDialog::DescribeProject(std::vector<const LCutListAudio*>* audio) c
         if (it == open_.end())
             continue;
         LProjectDocument doc = DescribeDocument(*it->doc);
-        const QRect geometry = window->geometry();
+        // A maximized window's geometry is the client area's, which says nothing of the
+        // window and changes with the frame: only its state is kept.
+        const QRect geometry = window->isMaximized() ? QRect() : window->geometry();
         doc.window = {geometry.x(), geometry.y(), geometry.width(), geometry.height(),
                       StateOf(*window)};
         doc.leftRight = it->model->DisplayMode() == LWaveDisplayMode::kLeftRight;
