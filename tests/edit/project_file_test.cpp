@@ -33,11 +33,13 @@ class ProjectFileTest : public CutTankTest {
         return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
     }
 
-    // Two documents: an edited stereo file with a path, and an untitled mono one.
+    // Three documents: an edited stereo file with a path, an untitled mono one and an empty
+    // one (which needs no data file).
     void MakeProject(LProject& project, std::vector<LCutListAudio>& audio) {
         audio.push_back(Written(Noise(30000, 2), 2, 48000));
         audio[0].EfDelete(1000, 2000);  // an edit that is not saved to its file
         audio.push_back(Written(Ramp(5000, 1), 1, 8000));
+        audio.emplace_back(22050, 2);
         LProjectDocument first;
         first.path = (dir_.Path() / "proj" / "sources" / "take.wav").string();
         first.modified = 1;
@@ -55,7 +57,10 @@ class ProjectFileTest : public CutTankTest {
         second.untitledIdx = 2;
         second.cursor = 4999;
         second.window = {0, 0, 500, 250, LWindowState::kMaximized};
-        project.documents = {first, second};
+        LProjectDocument empty;
+        empty.untitledIdx = 3;
+        empty.window.state = LWindowState::kMinimized;
+        project.documents = {first, second, empty};
         project.active = 1;
     }
 };
@@ -68,10 +73,12 @@ TEST_F(ProjectFileTest, SavedProjectOpensBitForBitAfterItsFolderMoved) {
     MakeProject(project, audio);
     const std::string manifest = (dir_.Path() / "proj" / "Session.omp").string();
     std::string message;
-    ASSERT_EQ(SaveProject(manifest, project, {&audio[0], &audio[1]}, nullptr, &message), kJobDone)
+    ASSERT_EQ(SaveProject(manifest, project, {&audio[0], &audio[1], &audio[2]}, nullptr, &message),
+              kJobDone)
         << message;
     // Saved again: the earlier data files go, the manifest names the new ones only.
-    ASSERT_EQ(SaveProject(manifest, project, {&audio[0], &audio[1]}, nullptr, &message), kJobDone);
+    ASSERT_EQ(SaveProject(manifest, project, {&audio[0], &audio[1], &audio[2]}, nullptr, &message),
+              kJobDone);
     EXPECT_EQ(std::distance(fs::directory_iterator(dir_.Path() / "proj" / "Session_data"),
                             fs::directory_iterator()),
               2);
@@ -83,8 +90,8 @@ TEST_F(ProjectFileTest, SavedProjectOpensBitForBitAfterItsFolderMoved) {
                           &message),
               kJobDone)
         << message;
-    ASSERT_EQ(loaded.size(), 2u);
-    for (size_t k = 0; k < 2; ++k) {
+    ASSERT_EQ(loaded.size(), 3u);
+    for (size_t k = 0; k < 3; ++k) {
         EXPECT_EQ(loaded[k].GetSampleRate(), audio[k].GetSampleRate());
         EXPECT_EQ(loaded[k].GetChannels(), audio[k].GetChannels());
         EXPECT_EQ(ReadAll(loaded[k]), ReadAll(audio[k])) << "document " << k;
@@ -101,7 +108,8 @@ TEST_F(ProjectFileTest, DamagedProjectOpensNothing) {
     std::vector<LCutListAudio> audio;
     MakeProject(project, audio);
     const fs::path manifest = dir_.Path() / "Broken.omp";
-    ASSERT_EQ(SaveProject(manifest.string(), project, {&audio[0], &audio[1]}, nullptr), kJobDone);
+    ASSERT_EQ(SaveProject(manifest.string(), project, {&audio[0], &audio[1], &audio[2]}, nullptr),
+              kJobDone);
     const std::string good = ReadText(manifest);
 
     const auto fails = [&](const std::string& text, const std::string& expected) {
