@@ -345,10 +345,8 @@ bool MainDialog::QueryCloseAll() {
     if (IsTakeRunning())
         recordWindow_->StopTake();
     // An open project asks once for all its documents.
-    if (!projectPath_.isEmpty()) {
-        closingProject_ = QueryCloseProject();
-        return closingProject_;
-    }
+    if (!projectPath_.isEmpty())
+        return QueryCloseProject();
     for (const auto& doc : controller_.GetDocuments()) {
         if (!QueryCloseDocument(*doc))
             return false;

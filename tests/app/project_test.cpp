@@ -119,6 +119,15 @@ TEST_F(Project, ReopensAsSavedInAFreshEditorAfterItsFolderMoved) {
     EXPECT_EQ(Current(), "take.wav");
     EXPECT_EQ(main->Controller().GetDocuments().front()->path, dir.File("moved/take.wav"));
 
+    // Leaving the editor asks once for the project too; Cancel keeps it all open.
+    main->ModelOf(main->Controller().GetCurrent())->SetCursor(5);
+    prompts.asked.clear();
+    prompts.answers = {LAnswer::kCancel};
+    EXPECT_FALSE(frame->close());
+    EXPECT_EQ(prompts.asked, QStringList{"Osmera: Save changes to \"Session.omp\"?"});
+    EXPECT_EQ(main->Controller().GetDocuments().size(), 2u);
+    main->ModelOf(main->Controller().GetCurrent())->SetCursor(reopened[0].cursor);
+
     // Closing it again asks nothing: nothing changed since it opened.
     prompts.asked.clear();
     ASSERT_TRUE(main->Dispatch(kIdCloseProject));
