@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 #include <random>
+#include <set>
 
 #include "tests/edit/edit_test_support.h"
 
@@ -133,6 +134,40 @@ TEST_F(ProjectFileTest, DamagedProjectOpensNothing) {
     fails(wrongLength, "does not hold what the project says");
     fs::remove_all(dir_.Path() / "Broken_data");
     fails(good, "is missing");
+}
+
+// Cancels once the audio of the second document starts.
+class CancelAtSecondDocument : public LProgress {
+  public:
+    void SetLine(int line, const std::string&) override { starts += line == 0; }
+    void SetFraction(double) override {}
+    bool IsCancelled() override { return starts >= 2; }
+    int starts = 0;
+};
+
+TEST_F(ProjectFileTest, CancelledSaveLeavesTheEarlierProjectAsItWas) {
+    LProject project;
+    std::vector<LCutListAudio> audio;
+    MakeProject(project, audio);
+    const fs::path manifest = dir_.Path() / "Kept.omp";
+    ASSERT_EQ(SaveProject(manifest.string(), project, {&audio[0], &audio[1], &audio[2]}, nullptr),
+              kJobDone);
+    const std::string before = ReadText(manifest);
+    const auto listing = [&]() {
+        std::set<std::string> names;
+        for (const auto& entry : fs::directory_iterator(dir_.Path() / "Kept_data"))
+            names.insert(entry.path().filename().string());
+        return names;
+    };
+    const std::set<std::string> files = listing();
+
+    audio[1].EfDelete(0, 10);
+    CancelAtSecondDocument progress;
+    EXPECT_EQ(SaveProject(manifest.string(), project, {&audio[0], &audio[1], &audio[2]}, &progress),
+              kJobCancelled);
+    EXPECT_GE(progress.starts, 2);  // the first document's new file was written, then removed
+    EXPECT_EQ(ReadText(manifest), before);
+    EXPECT_EQ(listing(), files);
 }
 
 }  // namespace
