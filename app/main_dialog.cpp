@@ -309,8 +309,8 @@ void MainDialog::NotAvailable(const QString& feature) {
 bool MainDialog::EvRunArguments(const LRunArguments& arguments) {
     bool firstFile = true;
     for (const QString& project : arguments.projects) {
-        Q_UNUSED(project);
-        NotAvailable(QStringLiteral("Open Project"));
+        if (OpenProject(project))
+            firstFile = false;
     }
     for (const QString& file : arguments.files) {
         if (OpenFile(file, firstFile))

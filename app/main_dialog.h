@@ -31,6 +31,7 @@
 #include "app/run_arguments.h"
 #include "app/user_prompts.h"
 #include "edit/document_controller.h"
+#include "edit/project_manifest.h"
 #include "effects/effect_table.h"
 #include "effects/noise_reduction.h"
 
@@ -87,6 +88,15 @@ class MainDialog : public QObject, public LDocumentListener {
     // documents with a progress window, as `osmera-cli run` would; failing lines are shown
     // as "SCRIPT:LINE: message". Waits while another job runs.
     void RunBatchScript(const QString& path);
+    // Projects (main_dialog_project.cpp). Opens the project `path` in place of what is open,
+    // after the "Save changes" prompt; a project that fails to open is reported and opens
+    // nothing. OpenFile hands ".omp" paths here.
+    bool OpenProject(const QString& path);
+    // Saves every open document and the windows' layout as the project `path`, which then is
+    // the open project; a failure is reported.
+    bool SaveProjectTo(const QString& path);
+    QString ProjectPath() const { return projectPath_; }  // "" when no project is open
+    static bool IsProjectFile(const QString& path);
 
     // Asks about every modified document; false (nothing closed) when the user cancels.
     bool QueryCloseAll();
@@ -341,6 +351,20 @@ class MainDialog : public QObject, public LDocumentListener {
     // The noise Noise Reduction removes, taken by its dialog; kept for the whole run.
     LNoiseProfile noiseProfile_;
     int busy_ = 0;  // > 0 while a file job runs; requests from outside wait for it
+
+    // Projects (main_dialog_project.cpp): the open project, its state when last saved or
+    // opened (to know whether closing must ask), and the bypass of the per-document prompt
+    // while the project's documents close together.
+    LProject DescribeProject(std::vector<const LCutListAudio*>* audio) const;
+    void RememberProjectState();
+    bool IsProjectChanged() const;
+    bool QueryCloseProject();
+    void CloseAllUnasked();
+    void UpdateFrameTitle();
+    QString projectPath_;
+    LProject projectSaved_;
+    std::vector<std::vector<LAudioCut>> projectEntries_;
+    bool closingProject_ = false;
 };
 
 }  // namespace osmera

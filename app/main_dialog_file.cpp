@@ -90,6 +90,8 @@ void MainDialog::OpenFiles(const QStringList& paths) {
 
 bool MainDialog::OpenFile(const QString& path, bool firstFile) {
     Q_UNUSED(firstFile);
+    if (IsProjectFile(path))
+        return OpenProject(path);
     if (busy_ > 0) {
         // A request from outside while a file job runs waits for it to end.
         QTimer::singleShot(200, this, [this, path]() { OpenFile(path); });
@@ -326,7 +328,7 @@ bool MainDialog::QueryCloseDocument(LOMFile& doc) {
                                             .arg(QString::fromStdString(doc.GetDisplayName())));
         return false;
     }
-    if (!doc.modified)
+    if (!doc.modified || closingProject_)
         return true;
     const LAnswer answer = prompts_.AskYesNoCancel(
         QStringLiteral("Osmera"), QStringLiteral("Save changes to \"%1\"?")
@@ -342,6 +344,9 @@ bool MainDialog::QueryCloseAll() {
     // A take that runs is kept: it goes into its document, which then asks to be saved.
     if (IsTakeRunning())
         recordWindow_->StopTake();
+    // An open project asks once for all its documents.
+    if (!projectPath_.isEmpty())
+        return QueryCloseProject();
     for (const auto& doc : controller_.GetDocuments()) {
         if (!QueryCloseDocument(*doc))
             return false;

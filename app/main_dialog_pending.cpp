@@ -5,7 +5,7 @@
 
 namespace osmera {
 
-// Projects, CD tracks, sending, tags, settings, the effects the engine does not process
+// CD tracks, sending, tags, settings, the effects the engine does not process
 // (and Envelope, whose point editor comes separately), tools and bookmarks.
 
 void MainDialog::CmLoadCdTracks() {
@@ -14,22 +14,6 @@ void MainDialog::CmLoadCdTracks() {
 
 void MainDialog::CmSend() {
     NotAvailable(kIdSend);
-}
-
-void MainDialog::CmOpenProject() {
-    NotAvailable(kIdOpenProject);
-}
-
-void MainDialog::CmCloseProject() {
-    NotAvailable(kIdCloseProject);
-}
-
-void MainDialog::CmSaveProject() {
-    NotAvailable(kIdSaveProject);
-}
-
-void MainDialog::CmSaveProjectAs() {
-    NotAvailable(kIdSaveProjectAs);
 }
 
 void MainDialog::CmPluginEffects() {

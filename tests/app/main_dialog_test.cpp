@@ -111,7 +111,11 @@ TEST_F(Editor, EveryCommandReachesItsHandlerOrSaysItIsNotAvailable) {
                                       kIdPasteMixFromClipboard,
                                       kIdMixFile,  // no file chosen
                                       kIdEqualizer,
-                                      kIdEditTags};
+                                      kIdEditTags,
+                                      kIdOpenProject,
+                                      kIdCloseProject,
+                                      kIdSaveProject,
+                                      kIdSaveProjectAs};
     for (const LCommandRow& row : CommandTable()) {
         SCOPED_TRACE(row.id);
         LOMFile& doc = Open("a.wav");
