@@ -135,7 +135,7 @@ LOMSpectrumWindow::LOMSpectrumWindow(LDocumentModel& model, QWidget* parent)
     controls->addWidget(exportButton);
     auto* middle = new QHBoxLayout;
     middle->addWidget(plot_, 1);
-    peakList_->setMaximumWidth(230);
+    peakList_->setFixedWidth(280);
     middle->addWidget(peakList_);
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(controls);

@@ -52,7 +52,7 @@ class LSpectrumPlot : public QWidget {
 class LOMSpectrumWindow : public QWidget {
     Q_OBJECT
   public:
-    static constexpr int kMaxAnalysedSeconds = 600;
+    static constexpr int kMaxAnalysedSeconds = 120;
 
     explicit LOMSpectrumWindow(LDocumentModel& model, QWidget* parent = nullptr);
 
