@@ -74,6 +74,14 @@ TEST_F(AnalysisWindowTest, SpectrumShowsTheSelectionsPeaksAndExportsThem) {
     model_->SetSelection(3 * kRate, 4 * kRate);
     model_->Flush();
     EXPECT_NEAR(window.Peaks().at(0).frequency, 6000.0, 6.0);
+    // While the document plays, the window follows the play position.
+    model_->SetPlayPosition(kRate / 2);
+    model_->Flush();
+    for (int i = 0; i < 100 && std::abs(window.Peaks().at(0).frequency - 440.0) > 3.0; ++i)
+        QTest::qWait(10);
+    EXPECT_NEAR(window.Peaks().at(0).frequency, 440.0, 3.0);
+    model_->SetPlayPosition(-1);
+    model_->Flush();
     const QString csv = QString::fromStdString(dir_.File("spectrum.csv"));
     QString error;
     ASSERT_TRUE(window.ExportCsv(csv, &error));
