@@ -10,6 +10,7 @@
 // map over -120..0 dB.
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 #include "cli/args.h"
@@ -61,13 +62,43 @@ bool ParseRange(const LArgs& args, int32_t rate, int32_t length, int32_t& from, 
     return true;
 }
 
+// Zoomed in below one frame per column, the frames joined by straight lines as the views
+// draw them: each column spans from the line's value at its left edge to its right edge.
+void FramesAsColumns(LPeakReader& reader, int32_t from, int32_t to, int width,
+                     std::vector<LPeakRange>& peaks) {
+    const int channels = std::max<int>(reader.GetChannels(), 1);
+    std::vector<int32_t> frames;
+    reader.ReadFrames(from, to - from + 1, frames);
+    const double perColumn = static_cast<double>(to - from) / width;
+    // The line through the frames' centres at position p (frames from `from` on).
+    auto valueAt = [&](double p, int c) {
+        const double at = std::clamp(p - 0.5, 0.0, static_cast<double>(to - from));
+        const int32_t i = static_cast<int32_t>(at);
+        const double f = at - i;
+        const int32_t j = std::min(i + 1, to - from);
+        return static_cast<int32_t>(
+            std::lround(frames[static_cast<size_t>(i) * channels + c] * (1 - f) +
+                        frames[static_cast<size_t>(j) * channels + c] * f));
+    };
+    peaks.assign(static_cast<size_t>(width) * channels, {});
+    for (int x = 0; x < width; ++x) {
+        for (int c = 0; c < channels; ++c) {
+            const int32_t a = valueAt(x * perColumn, c), b = valueAt((x + 1) * perColumn, c);
+            peaks[static_cast<size_t>(x) * channels + c] = {std::min(a, b), std::max(a, b)};
+        }
+    }
+}
+
 void DrawWaveform(LPngImage& image, int plotHeight, const LCutListAudio& list, int32_t from,
                   int32_t to) {
     LPeakReader reader(list);
     const int channels = std::max<int>(reader.GetChannels(), 1);
     const LFramesPerColumn fpc = LFramesPerColumn::Of(to - from, image.width);
     std::vector<LPeakRange> peaks;
-    reader.ReadPeaks(fpc, fpc.ColumnOf(from), image.width, peaks);
+    if (fpc.num < fpc.den)
+        FramesAsColumns(reader, from, to, image.width, peaks);
+    else
+        reader.ReadPeaks(fpc, fpc.ColumnOf(from), image.width, peaks);
     for (int lane = 0; lane < channels; ++lane) {
         const int top = lane * plotHeight / channels;
         const int mid = WaveLaneY(0, lane, channels, plotHeight, 1);
