@@ -134,15 +134,11 @@ void LSpectrogramView::TakeResults() {
             const float* column = r.levels.data() + static_cast<size_t>(i) * r.bins;
             cache_[r.first + i].assign(column, column + r.bins);
         }
+        // The worker does a run's chunks in order: its last chunk ends the run.
+        const int64_t end = r.first + r.count;
+        std::erase_if(asked_, [end](const auto& run) { return run.second == end; });
         any = true;
     }
-    // Runs whose every column came back are no longer asked.
-    std::erase_if(asked_, [this](const auto& run) {
-        for (int64_t c = run.first; c < run.second; ++c)
-            if (!cache_.count(c))
-                return false;
-        return true;
-    });
     if (any)
         update();
 }
