@@ -24,14 +24,6 @@ void MainDialog::CmPlugins() {
     NotAvailable(kIdPlugins);
 }
 
-void MainDialog::CmFft() {
-    NotAvailable(kIdFft);
-}
-
-void MainDialog::CmTfft() {
-    NotAvailable(kIdTfft);
-}
-
 void MainDialog::CmTextToSpeech() {
     NotAvailable(kIdTextToSpeech);
 }

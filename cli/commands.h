@@ -10,5 +10,7 @@ int RunScript(int argc, char** argv);
 int RunDevices(int argc, char** argv);
 int RunPlay(int argc, char** argv);
 int RunRecord(int argc, char** argv);
+int RunImage(int argc, char** argv);
+int RunSpectrum(int argc, char** argv);
 
 }  // namespace osmera::cli

@@ -52,6 +52,17 @@ const Command kCommands[] = {
      "      Records 16-bit PCM into OUT.wav until N seconds, the end of IN, or Ctrl+C.\n"
      "      --threshold waits for sound of DB (full scale is 12); --input-file takes\n"
      "      the sound from IN (in real time, or as fast as possible with --fast).\n"},
+    {"image", osmera::cli::RunImage,
+     "image IN OUT.png [--spectrogram] [--width W] [--height H] [--from TIME] [--to TIME]\n"
+     "              [--fft N] [--work-dir DIR]\n"
+     "      Draws IN's waveform (or spectrogram) with a time axis into OUT.png, W x H\n"
+     "      pixels (default 1200 x 300).\n"},
+    {"spectrum", osmera::cli::RunSpectrum,
+     "spectrum IN [--from TIME] [--to TIME] [--fft N] [--window NAME] [--combined]\n"
+     "            [--peaks N] [--csv]\n"
+     "      The averaged spectrum: frequency and level (dBFS) per bin and channel, or the\n"
+     "      N highest peaks with their notes. --window: hann, blackman-harris, flat-top,\n"
+     "      rectangular; --fft 256 to 65536 (default 8192).\n"},
 };
 
 void PrintUsage(FILE* to) {

@@ -3,11 +3,11 @@
 #include <QPainter>
 #include <algorithm>
 
+#include "edit/wave_lanes.h"
+
 namespace osmera {
 
 namespace {
-
-constexpr int64_t kFullScale = 524288;
 
 int Lanes(const LWaveLayout& layout) {
     return layout.mode == LWaveDisplayMode::kLeftRight && layout.channels == 2
@@ -27,13 +27,7 @@ LWaveColours LWaveColours::FromPalette(const QPalette& palette) {
 }
 
 int LWaveRenderer::ValueToY(int32_t value, int lane, int height, const LWaveLayout& layout) {
-    const int lanes = Lanes(layout);
-    const int top = lane * height / lanes;
-    const int bottom = (lane + 1) * height / lanes - 1;
-    const int mid = (top + bottom + 1) / 2;
-    const int64_t half = std::max(1, (bottom - top) / 2);
-    const int64_t dy = int64_t{value} * layout.scale * half / kFullScale;
-    return static_cast<int>(std::clamp<int64_t>(mid - dy, top, bottom));
+    return WaveLaneY(value, lane, Lanes(layout), height, layout.scale);
 }
 
 void LWaveRenderer::DrawColumn(QImage& image, int x, const LPeakRange* peaks, bool hasData,

@@ -1,16 +1,13 @@
 #include "effects/noise_reduction.h"
 
-#include <fftw3.h>
-
 #include <algorithm>
 #include <cmath>
-#include <mutex>
-#include <numbers>
 #include <queue>
 
 #include "core/trace.h"
 #include "edit/src_cut_list_audio.h"
 #include "effects/effect_table.h"
+#include "effects/real_fft.h"
 
 namespace osmera {
 
@@ -23,17 +20,8 @@ constexpr int32_t kMaxQuietFrames = 64;
 constexpr float kSilentEnergy = 1e-20f;  // a frame below this is digital silence
 constexpr int32_t kPreviewSeconds = 30;
 
-// FFTW's planner is not thread-safe; executing plans is.
-std::mutex& PlannerMutex() {
-    static std::mutex m;
-    return m;
-}
-
 std::vector<float> HannWindow(int32_t n) {
-    std::vector<float> w(static_cast<size_t>(n));
-    for (int32_t i = 0; i < n; ++i)
-        w[i] = static_cast<float>(0.5 - 0.5 * std::cos(2.0 * std::numbers::pi * i / n));
-    return w;
+    return MakeFftWindow(LFftWindow::kHann, n);
 }
 
 constexpr size_t kMedianBins = 16;  // bins each side of the estimate's median
@@ -54,42 +42,6 @@ std::vector<float> MedianOverBins(const std::vector<float>& power) {
 }
 
 }  // namespace
-
-// A real transform of one frame each way, and its buffers.
-struct LNoiseFft {
-    explicit LNoiseFft(int32_t n) : size(n) {
-        time = fftwf_alloc_real(static_cast<size_t>(n));
-        freq = fftwf_alloc_complex(static_cast<size_t>(n / 2 + 1));
-        std::lock_guard<std::mutex> lock(PlannerMutex());
-        forward = fftwf_plan_dft_r2c_1d(n, time, freq, FFTW_ESTIMATE);
-        inverse = fftwf_plan_dft_c2r_1d(n, freq, time, FFTW_ESTIMATE);
-    }
-    ~LNoiseFft() {
-        std::lock_guard<std::mutex> lock(PlannerMutex());
-        fftwf_destroy_plan(forward);
-        fftwf_destroy_plan(inverse);
-        fftwf_free(time);
-        fftwf_free(freq);
-    }
-    LNoiseFft(const LNoiseFft&) = delete;
-    LNoiseFft& operator=(const LNoiseFft&) = delete;
-
-    // The windowed power spectrum of `frame` added (times `weight`) to `power`.
-    void AddPower(const float* frame, const std::vector<float>& window, float weight,
-                  std::vector<float>& power) {
-        for (int32_t i = 0; i < size; ++i)
-            time[i] = frame[i] * window[i];
-        fftwf_execute(forward);
-        for (size_t k = 0; k < power.size(); ++k)
-            power[k] += weight * (freq[k][0] * freq[k][0] + freq[k][1] * freq[k][1]);
-    }
-
-    int32_t size;
-    float* time;
-    fftwf_complex* freq;
-    fftwf_plan forward;
-    fftwf_plan inverse;
-};
 
 int32_t NoiseFrameSize(int32_t sampleRate) {
     if (sampleRate > 96000)
@@ -112,7 +64,7 @@ int MeasureNoiseProfile(LProgress* progress, LSourceRef source, int32_t frames, 
     }
     const size_t bins = static_cast<size_t>(n / 2 + 1);
     const std::vector<float> window = HannWindow(n);
-    LNoiseFft transform(n);
+    LRealFft transform(n);
     std::vector<int32_t> raw(static_cast<size_t>(n) * ch);
     std::vector<std::vector<float>> planes(ch, std::vector<float>(static_cast<size_t>(n)));
     // The quietest frames: a max-heap of (energy, slot), the spectra in their slots.
@@ -203,7 +155,7 @@ LSRCNoiseReduction::LSRCNoiseReduction(LSourceRef inner, const LNoiseProfile& pr
         }
     }
     window_ = HannWindow(size_);
-    plan_ = new LNoiseFft(size_);
+    plan_ = new LRealFft(size_);
     in_.assign(channels, std::vector<float>(static_cast<size_t>(size_)));
     out_.assign(channels, std::vector<float>(static_cast<size_t>(size_)));
     smooth_.assign(channels, std::vector<float>(bins));
@@ -270,9 +222,9 @@ void LSRCNoiseReduction::Step() {
         for (int32_t i = 0; i < hop_; ++i)
             in[size_ - hop_ + i] = fresh[base + static_cast<size_t>(i) * channels + c];
         for (int32_t i = 0; i < size_; ++i)
-            plan_->time[i] = in[i] * window_[i];
-        fftwf_execute(plan_->forward);
-        fftwf_complex* x = plan_->freq;
+            plan_->Time()[i] = in[i] * window_[i];
+        plan_->Forward();
+        fftwf_complex* x = plan_->Freq();
         if (!threshold_.empty()) {
             for (size_t k = 0; k < bins; ++k)
                 power[k] = x[k][0] * x[k][0] + x[k][1] * x[k][1];
@@ -301,10 +253,10 @@ void LSRCNoiseReduction::Step() {
                 x[k][1] *= g;
             }
         }
-        fftwf_execute(plan_->inverse);
+        plan_->Inverse();
         std::vector<float>& out = out_[c];
         for (int32_t i = 0; i < size_; ++i)
-            out[i] += plan_->time[i] * window_[i] * norm;
+            out[i] += plan_->Time()[i] * window_[i] * norm;
         for (int32_t i = 0; i < hop_; ++i)
             fresh[base + static_cast<size_t>(i) * channels + c] = out[i];
         std::copy(out.begin() + hop_, out.end(), out.begin());

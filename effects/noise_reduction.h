@@ -27,7 +27,7 @@
 
 namespace osmera {
 
-struct LNoiseFft;
+class LRealFft;
 
 struct LNoiseProfile {
     int32_t frameSize = 0;     // the frame length it was measured with
@@ -68,7 +68,7 @@ class LSRCNoiseReduction : public LSRCWrapBase {
     float floor_;                   // the gain of a gated bin
     std::vector<float> threshold_;  // per bin: the power above which a bin passes
     std::vector<float> window_;
-    LNoiseFft* plan_ = nullptr;               // owned
+    LRealFft* plan_ = nullptr;                // owned
     std::vector<std::vector<float>> in_;      // per channel: the last `size_` input frames
     std::vector<std::vector<float>> out_;     // per channel: the overlap-add accumulator
     std::vector<std::vector<float>> smooth_;  // per channel: last frame's smoothed power

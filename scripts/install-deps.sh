@@ -12,7 +12,7 @@ packages=(
   fonts-dejavu-core
   sox time libsox-fmt-mp3
   ffmpeg flac lame vorbis-tools opus-tools
-  libtag1-dev libfftw3-dev librubberband-dev libebur128-dev
+  libtag1-dev libfftw3-dev librubberband-dev libebur128-dev libpng-dev
   clang libclang-rt-dev clang-format
 )
 

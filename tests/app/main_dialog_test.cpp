@@ -115,7 +115,10 @@ TEST_F(Editor, EveryCommandReachesItsHandlerOrSaysItIsNotAvailable) {
                                       kIdOpenProject,
                                       kIdCloseProject,
                                       kIdSaveProject,
-                                      kIdSaveProjectAs};
+                                      kIdSaveProjectAs,
+
+                                      kIdFft,
+                                      kIdTfft};
     for (const LCommandRow& row : CommandTable()) {
         SCOPED_TRACE(row.id);
         LOMFile& doc = Open("a.wav");
