@@ -250,8 +250,10 @@ void MainDialog::ConvertCurrent(uint32_t rate, uint8_t channels, const std::stri
     if (!JobFinished(result, message) || controller_.GetCurrent() != doc)
         return;
     const uint32_t oldRate = doc->audio.GetSampleRate();
+    const int32_t oldLength = doc->audio.GetLength();
     controller_.StartModifyCurrentFile(undoName);
     doc->audio = std::move(converted);
+    doc->markers.MoveAlong(0, oldLength, doc->audio.GetLength());
     doc->SetSelection(Scaled(doc->selStart, rate, oldRate), Scaled(doc->selEnd, rate, oldRate));
     doc->ClampSelection();
     doc->ZoomAll();

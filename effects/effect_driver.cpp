@@ -203,10 +203,19 @@ LEffectResult LEffectDriver::Run(LEffectId id, LEffectDialog* dialog) {
 
     controller_.StartModifyCurrentFile(info.undoTitle);
     int32_t position = doc->selStart;
+    const int32_t rangeStart = doc->selStart;
+    const int32_t rangeEnd = doc->selEnd;
+    const int64_t before = doc->audio.GetLength();
     result.code = Process(info, *doc, values, position, result);
     switch (result.code) {
         case kJobDone:
             result.status = LEffectStatus::kApplied;
+            // An effect that changes the length (a speed change, an echo's tail) replaced the
+            // range with a longer or shorter one: markers inside are scaled into it, later
+            // ones move by the difference.
+            doc->markers.MoveAlong(rangeStart, rangeEnd,
+                                   static_cast<int32_t>(std::max<int64_t>(
+                                       rangeStart, rangeEnd + (doc->audio.GetLength() - before))));
             controller_.EndModifyCurrentFile(position,
                                              static_cast<int32_t>(doc->audio.GetSampleRate()));
             break;
