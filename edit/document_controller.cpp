@@ -258,8 +258,9 @@ LEditResult LDocumentController::PasteList(const LCutListAudio& list, bool overS
     // came in at the paste position.
     const int64_t grown = int64_t{doc.audio.GetLength()} - before;
     const int32_t replacedEnd = overSelection ? doc.selEnd : pastedStart;
-    doc.markers.MoveAlong(pastedStart, replacedEnd,
-                          static_cast<int32_t>(std::max<int64_t>(replacedEnd + grown, pastedStart)));
+    doc.markers.MoveAlong(
+        pastedStart, replacedEnd,
+        static_cast<int32_t>(std::max<int64_t>(replacedEnd + grown, pastedStart)));
     doc.SetSelection(pastedStart, static_cast<int32_t>(std::min<int64_t>(
                                       int64_t{pastedStart} + length, doc.audio.GetLength())));
     EndModifyCurrentFile(pastedStart, static_cast<int32_t>(doc.audio.GetSampleRate()));
