@@ -40,6 +40,7 @@ int LDocumentController::OpenDocument(const std::string& path, LProgress* progre
     doc->path = path;
     doc->bytesPerSample = report.bytesPerSample;
     doc->tags = report.tags;
+    doc->markers.AddWaveCues(report.cues, doc->audio.GetLength());
     doc->ZoomAll();
     LOMFile& ref = *doc;
     documents_.push_back(std::move(doc));
@@ -70,8 +71,9 @@ int LDocumentController::SaveCurrentFile(const std::string& path, const LWriteOp
     LWriteOptions options = given;
     const int32_t width = options.bits == 0 ? current_->bytesPerSample : options.bits / 8;
     options.bits = width * 8;
-    const int result =
-        SaveAudioFile(current_->audio, target, options, &current_->tags, progress, message);
+    const std::vector<LWaveCue> cues = current_->markers.ToWaveCues();
+    const int result = SaveAudioFile(current_->audio, target, options, &current_->tags, progress,
+                                     message, "Saving", &cues);
     if (result != kJobDone)
         return result;
     current_->path = target;

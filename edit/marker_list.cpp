@@ -131,4 +131,38 @@ void LMarkerList::ClampTo(int32_t length) {
         region.end = std::min(region.end, length);
 }
 
+std::vector<LWaveCue> LMarkerList::ToWaveCues() const {
+    std::vector<LWaveCue> cues;
+    cues.reserve(bookmarks_.size() + regions_.size());
+    auto bookmark = bookmarks_.begin();
+    auto region = regions_.begin();
+    while (bookmark != bookmarks_.end() || region != regions_.end()) {
+        if (region == regions_.end() ||
+            (bookmark != bookmarks_.end() && bookmark->position <= region->start)) {
+            cues.push_back({bookmark->name, static_cast<uint32_t>(bookmark->position), 0});
+            ++bookmark;
+        } else {
+            cues.push_back({region->name, static_cast<uint32_t>(region->start),
+                            static_cast<uint32_t>(region->end - region->start)});
+            ++region;
+        }
+    }
+    return cues;
+}
+
+void LMarkerList::AddWaveCues(const std::vector<LWaveCue>& cues, int32_t length) {
+    for (const LWaveCue& cue : cues) {
+        if (cue.position > static_cast<uint32_t>(std::max(length, 0)))
+            continue;
+        const int32_t start = static_cast<int32_t>(cue.position);
+        if (cue.length == 0) {
+            AddBookmark(cue.name.empty() ? NextBookmarkName() : cue.name, start);
+        } else {
+            const int64_t end = std::min<int64_t>(int64_t{start} + cue.length, length);
+            AddRegion(cue.name.empty() ? NextRegionName() : cue.name, start,
+                      static_cast<int32_t>(end));
+        }
+    }
+}
+
 }  // namespace osmera

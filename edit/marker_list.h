@@ -18,6 +18,8 @@
 #include <string>
 #include <vector>
 
+#include "formats/wave_cues.h"
+
 namespace osmera {
 
 struct LBookmark {
@@ -63,6 +65,14 @@ class LMarkerList {
     // Drops bookmarks beyond `length` and regions that start at or after it, and shortens
     // regions that cross it (a bookmark at `length` itself, the end of the audio, stays).
     void ClampTo(int32_t length);
+
+    // The markers as cue points, in order of position (a bookmark before a region at the
+    // same frame): a bookmark is a cue of length 0.
+    std::vector<LWaveCue> ToWaveCues() const;
+    // Adds `cues` read from a file of `length` frames: a cue of length 0 as a bookmark, others
+    // as regions, clipped to the audio (what lies beyond it is left out); cues without a name
+    // get the next free default name.
+    void AddWaveCues(const std::vector<LWaveCue>& cues, int32_t length);
 
     bool operator==(const LMarkerList&) const = default;
 
