@@ -10,5 +10,6 @@ int RunScript(int argc, char** argv);
 int RunDevices(int argc, char** argv);
 int RunPlay(int argc, char** argv);
 int RunRecord(int argc, char** argv);
+int RunMarkers(int argc, char** argv);
 
 }  // namespace osmera::cli

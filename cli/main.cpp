@@ -52,6 +52,13 @@ const Command kCommands[] = {
      "      Records 16-bit PCM into OUT.wav until N seconds, the end of IN, or Ctrl+C.\n"
      "      --threshold waits for sound of DB (full scale is 12); --input-file takes\n"
      "      the sound from IN (in real time, or as fast as possible with --fast).\n"},
+    {"markers", osmera::cli::RunMarkers,
+     "markers FILE [--export OUT.txt | --import IN.txt --out OUT.wav [--replace]]\n"
+     "      Lists the bookmarks and regions FILE keeps as WAV cue points, one a line:\n"
+     "      type (bookmark, region), name, start, end (seconds), start-frame, end-frame.\n"
+     "      --export writes them to a label file (start TAB end TAB name, seconds, one a\n"
+     "      line; a bookmark has start = end). --import adds a label file's markers\n"
+     "      (--replace: instead of FILE's) and writes FILE's audio with them to OUT.wav.\n"},
 };
 
 void PrintUsage(FILE* to) {
