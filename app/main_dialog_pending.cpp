@@ -6,7 +6,7 @@
 namespace osmera {
 
 // Projects, CD tracks, sending, tags, settings, the effects the engine does not process
-// (and Envelope, whose point editor comes separately), tools and bookmarks.
+// (and Envelope, whose point editor comes separately) and tools.
 
 void MainDialog::CmLoadCdTracks() {
     NotAvailable(kIdLoadCdTracks);
@@ -54,26 +54,6 @@ void MainDialog::CmTextToSpeech() {
 
 void MainDialog::CmBatchConverter() {
     NotAvailable(kIdBatchConverter);
-}
-
-void MainDialog::CmSetBookmark() {
-    NotAvailable(kIdSetBookmark);
-}
-
-void MainDialog::CmBookmarkList() {
-    NotAvailable(kIdBookmarkList);
-}
-
-void MainDialog::CmAddRegion() {
-    NotAvailable(kIdAddRegion);
-}
-
-void MainDialog::CmRegionList() {
-    NotAvailable(kIdRegionList);
-}
-
-void MainDialog::CmAssembleRegions() {
-    NotAvailable(kIdAssembleRegions);
 }
 
 }  // namespace osmera

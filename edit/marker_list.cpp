@@ -55,7 +55,9 @@ void LMarkerList::Clear() {
 size_t LMarkerList::AddBookmark(const std::string& name, int32_t position) {
     LBookmark mark{name, std::max(position, 0)};
     auto at = std::upper_bound(bookmarks_.begin(), bookmarks_.end(), mark, BookmarkBefore);
-    return static_cast<size_t>(bookmarks_.insert(at, std::move(mark)) - bookmarks_.begin());
+    // The insert may move the elements: the index is taken from the iterator it returns.
+    const auto placed = bookmarks_.insert(at, std::move(mark));
+    return static_cast<size_t>(placed - bookmarks_.begin());
 }
 
 int LMarkerList::AddRegion(const std::string& name, int32_t a, int32_t b) {
@@ -63,7 +65,8 @@ int LMarkerList::AddRegion(const std::string& name, int32_t a, int32_t b) {
     if (region.end <= region.start)
         return -1;
     auto at = std::upper_bound(regions_.begin(), regions_.end(), region, RegionBefore);
-    return static_cast<int>(regions_.insert(at, std::move(region)) - regions_.begin());
+    const auto placed = regions_.insert(at, std::move(region));
+    return static_cast<int>(placed - regions_.begin());
 }
 
 bool LMarkerList::RemoveBookmark(size_t index) {

@@ -111,7 +111,12 @@ TEST_F(Editor, EveryCommandReachesItsHandlerOrSaysItIsNotAvailable) {
                                       kIdPasteMixFromClipboard,
                                       kIdMixFile,  // no file chosen
                                       kIdEqualizer,
-                                      kIdEditTags};
+                                      kIdEditTags,
+                                      kIdSetBookmark,
+                                      kIdBookmarkList,
+                                      kIdAddRegion,
+                                      kIdRegionList,
+                                      kIdAssembleRegions};
     for (const LCommandRow& row : CommandTable()) {
         SCOPED_TRACE(row.id);
         LOMFile& doc = Open("a.wav");

@@ -120,7 +120,7 @@ TEST(MarkerListTest, ScalesMarkersInsideALengthChangeAndNamesNewOnes) {
     EXPECT_EQ(Positions(m), (std::vector<int32_t>{200}));
     EXPECT_EQ(Ranges(m), (std::vector<std::pair<int32_t, int32_t>>{{100, 300}, {400, 500}}));
     EXPECT_EQ(m.NextRegionName(), "Region 1");
-    m.AddRegion("Region 1", 0, 5);
+    EXPECT_EQ(m.AddRegion("Region 1", 0, 5), 0);  // its index, also when the list grows
     EXPECT_EQ(m.NextRegionName(), "Region 2");
     EXPECT_EQ(m.AddRegion("empty", 7, 7), -1);
 }
