@@ -167,8 +167,24 @@ void MainDialog::CmSplit() {
     }
     LCutListAudio second;
     doc->audio.EfCopy(at, length, second);
+    // The markers after the cursor go with their audio into the second file.
+    LMarkerList secondMarkers;
+    for (const LBookmark& mark : doc->markers.Bookmarks()) {
+        if (mark.position >= at)
+            secondMarkers.AddBookmark(mark.name, mark.position - at);
+    }
+    for (const LRegion& region : doc->markers.Regions()) {
+        if (region.end > at)
+            secondMarkers.AddRegion(region.name, std::max(region.start, at) - at, region.end - at);
+    }
     ReportEditResult(controller_.CmTrimEnd());
     OpenAsNewDocument(second, "Split");
+    if (LOMFile* made = controller_.GetCurrent(); made && made != doc) {
+        made->markers = std::move(secondMarkers);
+        if (LDocumentModel* model = ModelOf(made))
+            model->NotifyStateChanged();
+        RefreshMarkerDocks();
+    }
 }
 
 void MainDialog::CmSaveSelectRegionAs() {

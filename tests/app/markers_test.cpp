@@ -102,6 +102,16 @@ TEST_F(Editor, SetBookmarkAddRegionAndTheListsGoThere) {
     ASSERT_NE(made, &doc);
     EXPECT_EQ(made->audio.GetLength(), 3000);
     EXPECT_EQ(made->markers.Regions(), (std::vector<LRegion>{{"Region 1", 0, 3000}}));
+
+    // Split: the markers after the cursor go with their audio into the second file.
+    main->Controller().SetCurrent(&doc);
+    doc.cursor = 2000;
+    main->Dispatch(kIdSplit);
+    LOMFile* second = main->Controller().GetCurrent();
+    ASSERT_NE(second, &doc);
+    EXPECT_EQ(doc.markers.Regions(), (std::vector<LRegion>{{"Region 1", 500, 2000}}));
+    EXPECT_EQ(second->markers.Regions(), (std::vector<LRegion>{{"Region 1", 0, 1500}}));
+    EXPECT_EQ(second->markers.Bookmarks(), (std::vector<LBookmark>{{"Chorus", 3500}}));
 }
 
 }  // namespace
