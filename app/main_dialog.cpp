@@ -144,6 +144,7 @@ uint32_t MainDialog::CurrentState() const {
 
 void MainDialog::UpdateCommandStates() {
     menus_->ApplyStates(CurrentState());
+    RefreshMarkerDocks();
     if (LDocumentModel* model = CurrentModel()) {
         const bool leftRight = model->DisplayMode() == LWaveDisplayMode::kLeftRight;
         menus_->Action(kIdDisplayLeftRight)->setChecked(leftRight);

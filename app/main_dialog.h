@@ -50,6 +50,8 @@ class LEditorTransport;
 class LKeyMacroRunner;
 class LLevelMeter;
 class LMDIMainWindow;
+class LMarkerList;
+class LOMMarkerDock;
 class LOMRecordWindow;
 
 // The open dialog's filters in order, and Save As's (WAV 8, 16, 24 and 32 bits).
@@ -135,6 +137,8 @@ class MainDialog : public QObject, public LDocumentListener {
     LKeyMacroRunner& KeyMacros() { return *keyMacros_; }
     LRecentFileList& RecentFiles() { return recent_; }
     LDocumentModel* ModelOf(const LOMFile* doc) const;
+    // The bookmark list (false) or the region list (true); null until first opened.
+    LOMMarkerDock* MarkerDock(bool regions) const;
     QMdiSubWindow* WindowOf(const LOMFile* doc) const;
     // Opens the manual in the browser: the first of `ManualCandidates` that exists.
     static QStringList ManualCandidates();
@@ -314,6 +318,19 @@ class MainDialog : public QObject, public LDocumentListener {
     void CmAddRegion();
     void CmRegionList();
     void CmAssembleRegions();
+    // Bookmarks and regions (main_dialog_markers.cpp).
+    LOMMarkerDock& EnsureMarkerDock(bool regions);
+    void RefreshMarkerDocks();
+    // Runs `change` on a copy of the current document's markers; when it returns true and
+    // changed them, records an undo step `undoName` and keeps the copy.
+    void ChangeMarkers(const std::string& undoName,
+                       const std::function<bool(LMarkerList&)>& change);
+    void GoToMarker(bool regions, int index);
+    void ExportMarkers();
+    void ImportMarkers();
+    // Select Region with regions to offer: true when it is done (one chosen, or Cancel),
+    // false when the user wants to give times.
+    bool AskRegionToSelect();
     void CmCascade();
     void CmTileHorizontal();
     void CmTileVertical();
@@ -343,6 +360,8 @@ class MainDialog : public QObject, public LDocumentListener {
     LLevelMeter* playMeter_ = nullptr;
     std::vector<LOpenDocument> open_;
     QPointer<LOMRecordWindow> recordWindow_;
+    QPointer<LOMMarkerDock> bookmarkDock_;
+    QPointer<LOMMarkerDock> regionDock_;
     std::unique_ptr<LKeyMacroRunner> keyMacros_;
     QTimer helpTimer_;
     bool undoAvailable_ = false;

@@ -167,8 +167,24 @@ void MainDialog::CmSplit() {
     }
     LCutListAudio second;
     doc->audio.EfCopy(at, length, second);
+    // The markers after the cursor go with their audio into the second file.
+    LMarkerList secondMarkers;
+    for (const LBookmark& mark : doc->markers.Bookmarks()) {
+        if (mark.position >= at)
+            secondMarkers.AddBookmark(mark.name, mark.position - at);
+    }
+    for (const LRegion& region : doc->markers.Regions()) {
+        if (region.end > at)
+            secondMarkers.AddRegion(region.name, std::max(region.start, at) - at, region.end - at);
+    }
     ReportEditResult(controller_.CmTrimEnd());
     OpenAsNewDocument(second, "Split");
+    if (LOMFile* made = controller_.GetCurrent(); made && made != doc) {
+        made->markers = std::move(secondMarkers);
+        if (LDocumentModel* model = ModelOf(made))
+            model->NotifyStateChanged();
+        RefreshMarkerDocks();
+    }
 }
 
 void MainDialog::CmSaveSelectRegionAs() {
@@ -250,8 +266,10 @@ void MainDialog::ConvertCurrent(uint32_t rate, uint8_t channels, const std::stri
     if (!JobFinished(result, message) || controller_.GetCurrent() != doc)
         return;
     const uint32_t oldRate = doc->audio.GetSampleRate();
+    const int32_t oldLength = doc->audio.GetLength();
     controller_.StartModifyCurrentFile(undoName);
     doc->audio = std::move(converted);
+    doc->markers.MoveAlong(0, oldLength, doc->audio.GetLength());
     doc->SetSelection(Scaled(doc->selStart, rate, oldRate), Scaled(doc->selEnd, rate, oldRate));
     doc->ClampSelection();
     doc->ZoomAll();

@@ -71,6 +71,9 @@ void MainDialog::CmSelectRegion() {
     LDocumentModel* model = CurrentModel();
     if (!model)
         return;
+    // A document with regions offers them first (main_dialog_markers.cpp).
+    if (AskRegionToSelect())
+        return;
     const LOMFile& doc = model->Document();
     const uint32_t rate = doc.audio.GetSampleRate();
     QStringList texts = {TimeTextOf(doc.selStart, rate), TimeTextOf(doc.selEnd, rate)};

@@ -5,8 +5,7 @@
 
 namespace osmera {
 
-// CD tracks, sending, tags, settings, the effects the engine does not process
-// (and Envelope, whose point editor comes separately), tools and bookmarks.
+// CD tracks, sending, plug-in effects and text to speech.
 
 void MainDialog::CmLoadCdTracks() {
     NotAvailable(kIdLoadCdTracks);
@@ -30,26 +29,6 @@ void MainDialog::CmTextToSpeech() {
 
 void MainDialog::CmBatchConverter() {
     NotAvailable(kIdBatchConverter);
-}
-
-void MainDialog::CmSetBookmark() {
-    NotAvailable(kIdSetBookmark);
-}
-
-void MainDialog::CmBookmarkList() {
-    NotAvailable(kIdBookmarkList);
-}
-
-void MainDialog::CmAddRegion() {
-    NotAvailable(kIdAddRegion);
-}
-
-void MainDialog::CmRegionList() {
-    NotAvailable(kIdRegionList);
-}
-
-void MainDialog::CmAssembleRegions() {
-    NotAvailable(kIdAssembleRegions);
 }
 
 }  // namespace osmera

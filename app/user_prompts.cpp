@@ -79,6 +79,16 @@ bool LQtUserPrompts::AskTimes(const QString& title, const QStringList& labels, Q
     return true;
 }
 
+bool LQtUserPrompts::AskText(const QString& title, const QString& label, QString& text) {
+    bool ok = false;
+    const QString answer =
+        QInputDialog::getText(parent_, title, label, QLineEdit::Normal, text, &ok);
+    if (!ok)
+        return false;
+    text = answer;
+    return true;
+}
+
 bool LQtUserPrompts::AskFormat(const QString& title, int32_t& rate, int* channels) {
     LOMFormatDialog dialog(parent_, title, rate, channels ? *channels : 0, channels != nullptr);
     if (dialog.exec() != QDialog::Accepted)

@@ -55,6 +55,9 @@ class LUserPrompts {
     // One of `choices` (its index, `current` shown first); -1 on Cancel.
     virtual int AskChoice(const QString& title, const QString& text, const QStringList& choices,
                           int current) = 0;
+    // One line of text (a bookmark's name), shown filled with `text` and changed on OK;
+    // false on Cancel.
+    virtual bool AskText(const QString& title, const QString& label, QString& text) = 0;
 };
 
 class LQtUserPrompts : public LUserPrompts {
@@ -78,6 +81,7 @@ class LQtUserPrompts : public LUserPrompts {
     bool AskTags(LAudioTags& tags) override;
     int AskChoice(const QString& title, const QString& text, const QStringList& choices,
                   int current) override;
+    bool AskText(const QString& title, const QString& label, QString& text) override;
 
   private:
     QWidget* parent_;

@@ -12,5 +12,6 @@ int RunPlay(int argc, char** argv);
 int RunRecord(int argc, char** argv);
 int RunImage(int argc, char** argv);
 int RunSpectrum(int argc, char** argv);
+int RunMarkers(int argc, char** argv);
 
 }  // namespace osmera::cli

@@ -63,6 +63,13 @@ const Command kCommands[] = {
      "      The averaged spectrum: frequency and level (dBFS) per bin and channel, or the\n"
      "      N highest peaks with their notes. --window: hann, blackman-harris, flat-top,\n"
      "      rectangular; --fft 256 to 65536 (default 8192).\n"},
+    {"markers", osmera::cli::RunMarkers,
+     "markers FILE [--export OUT.txt | --import IN.txt --out OUT.wav [--replace]]\n"
+     "      Lists the bookmarks and regions FILE keeps as WAV cue points, one a line:\n"
+     "      type (bookmark, region), name, start, end (seconds), start-frame, end-frame.\n"
+     "      --export writes them to a label file (start TAB end TAB name, seconds, one a\n"
+     "      line; a bookmark has start = end). --import adds a label file's markers\n"
+     "      (--replace: instead of FILE's) and writes FILE's audio with them to OUT.wav.\n"},
 };
 
 void PrintUsage(FILE* to) {

@@ -1,10 +1,14 @@
 #pragma once
 // The time ruler above a file window's main view: ticks at a round step of time chosen so
-// that labels do not crowd, labelled in the hundredths time form.
+// that labels do not crowd, labelled in the hundredths time form, and above them the
+// document's markers: regions as shaded spans with their names, bookmarks as small flags
+// with a line down to the ticks and their names.
 //
 // Ownership: borrows the main view whose grid it follows. GUI thread only.
 
 #include <QWidget>
+
+class QPainter;
 
 #include "display/wave_view.h"
 
@@ -23,6 +27,8 @@ class LTimeRuler : public QWidget {
     void paintEvent(QPaintEvent* event) override;
 
   private:
+    void PaintMarkers(QPainter& p, int64_t firstFrame, double framesPerPixel);
+
     LDocumentModel& model_;
     LWaveView& view_;
 };

@@ -40,6 +40,7 @@ int LDocumentController::OpenDocument(const std::string& path, LProgress* progre
     doc->path = path;
     doc->bytesPerSample = report.bytesPerSample;
     doc->tags = report.tags;
+    doc->markers.AddWaveCues(report.cues, doc->audio.GetLength());
     doc->ZoomAll();
     LOMFile& ref = *doc;
     documents_.push_back(std::move(doc));
@@ -70,8 +71,9 @@ int LDocumentController::SaveCurrentFile(const std::string& path, const LWriteOp
     LWriteOptions options = given;
     const int32_t width = options.bits == 0 ? current_->bytesPerSample : options.bits / 8;
     options.bits = width * 8;
-    const int result =
-        SaveAudioFile(current_->audio, target, options, &current_->tags, progress, message);
+    const std::vector<LWaveCue> cues = current_->markers.ToWaveCues();
+    const int result = SaveAudioFile(current_->audio, target, options, &current_->tags, progress,
+                                     message, "Saving", &cues);
     if (result != kJobDone)
         return result;
     current_->path = target;
@@ -193,6 +195,7 @@ LEditResult LDocumentController::CmCut() {
     LOMFile& doc = *current_;
     StartModifyCurrentFile("Cut");
     doc.audio.EfCut(doc.selStart, doc.selEnd, clipboard_);
+    doc.markers.MoveAlong(doc.selStart, doc.selEnd, doc.selStart);
     doc.selEnd = doc.selStart;
     EndModifyCurrentFile(doc.selStart, static_cast<int32_t>(doc.audio.GetSampleRate()));
     return LEditResult::kDone;
@@ -246,12 +249,20 @@ LEditResult LDocumentController::PasteList(const LCutListAudio& list, bool overS
         doc.ClampSelection();
     const int32_t start = overSelection ? doc.selStart : doc.cursor;
     StartModifyCurrentFile(undoName);
+    const int64_t before = doc.audio.GetLength();
     if (overSelection) {
         doc.audio.EfPasteOver(doc.selStart, doc.selEnd, list);
     } else {
         doc.audio.EfPaste(start, list);
     }
     const int32_t pastedStart = std::max(start, 0);
+    // What the list grew by (the pasted audio, and the silence of a paste away from the end)
+    // came in at the paste position.
+    const int64_t grown = int64_t{doc.audio.GetLength()} - before;
+    const int32_t replacedEnd = overSelection ? doc.selEnd : pastedStart;
+    doc.markers.MoveAlong(
+        pastedStart, replacedEnd,
+        static_cast<int32_t>(std::max<int64_t>(replacedEnd + grown, pastedStart)));
     doc.SetSelection(pastedStart, static_cast<int32_t>(std::min<int64_t>(
                                       int64_t{pastedStart} + length, doc.audio.GetLength())));
     EndModifyCurrentFile(pastedStart, static_cast<int32_t>(doc.audio.GetSampleRate()));
@@ -264,6 +275,7 @@ LEditResult LDocumentController::CmDelete() {
     LOMFile& doc = *current_;
     StartModifyCurrentFile("Delete");
     doc.audio.EfDelete(doc.selStart, doc.selEnd);
+    doc.markers.MoveAlong(doc.selStart, doc.selEnd, doc.selStart);
     doc.selEnd = doc.selStart;
     EndModifyCurrentFile(doc.selStart, static_cast<int32_t>(doc.audio.GetSampleRate()));
     return LEditResult::kDone;
@@ -274,7 +286,10 @@ LEditResult LDocumentController::CmTrim() {
         return why;
     LOMFile& doc = *current_;
     StartModifyCurrentFile("Trim");
+    const int32_t before = doc.audio.GetLength();
     doc.audio.EfCrop(doc.selStart, doc.selEnd);
+    doc.markers.MoveAlong(doc.selEnd, before, doc.selEnd);
+    doc.markers.MoveAlong(0, doc.selStart, 0);
     doc.SetSelection(0, doc.audio.GetLength());
     EndModifyCurrentFile(0, static_cast<int32_t>(doc.audio.GetSampleRate()));
     return LEditResult::kDone;
@@ -286,6 +301,8 @@ LEditResult LDocumentController::CmTrimStart() {
     LOMFile& doc = *current_;
     StartModifyCurrentFile("Trim Start");
     doc.audio.EfTrimHead(doc.cursor);
+    if (doc.cursor > 0)
+        doc.markers.MoveAlong(0, doc.cursor, 0);
     doc.SetSelection(0, 0);
     EndModifyCurrentFile(0, static_cast<int32_t>(doc.audio.GetSampleRate()));
     return LEditResult::kDone;
@@ -297,6 +314,7 @@ LEditResult LDocumentController::CmTrimEnd() {
     LOMFile& doc = *current_;
     StartModifyCurrentFile("Trim End");
     doc.audio.EfTrimTail(doc.cursor);
+    doc.markers.ClampTo(doc.audio.GetLength());
     doc.ClampSelection();
     EndModifyCurrentFile(doc.audio.GetLength(), static_cast<int32_t>(doc.audio.GetSampleRate()));
     return LEditResult::kDone;
@@ -319,8 +337,11 @@ LEditResult LDocumentController::CmInsertSilence(int32_t at, int32_t length) {
         return LEditResult::kDone;
     LOMFile& doc = *current_;
     StartModifyCurrentFile("Insert Silence");
+    const int64_t before = doc.audio.GetLength();
     doc.audio.EfInsertSilence(at, length);
     const int32_t start = at < 0 ? 0 : at;
+    doc.markers.MoveAlong(start, start,
+                          static_cast<int32_t>(start + (doc.audio.GetLength() - before)));
     const int64_t inserted = at < 0 ? std::max<int64_t>(0, int64_t{length} + at) : length;
     doc.SetSelection(
         start, static_cast<int32_t>(std::min<int64_t>(start + inserted, doc.audio.GetLength())));

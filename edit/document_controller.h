@@ -102,7 +102,8 @@ class LDocumentController {
     int SaveCurrentFile(const std::string& path, int32_t bytesPerSample, LProgress* progress,
                         std::string* message = nullptr);
     // The same with every writer option (format, width, quality, bit rate, compression;
-    // options.bits 0 keeps the document's width). The document's tags go with it.
+    // options.bits 0 keeps the document's width). The document's tags go with it, and a WAV
+    // file gets its bookmarks and regions as cue points (read back by OpenDocument).
     int SaveCurrentFile(const std::string& path, const LWriteOptions& options, LProgress* progress,
                         std::string* message = nullptr);
     // Closes `doc` without asking (the editor asks "Save changes" before). The next

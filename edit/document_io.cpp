@@ -57,6 +57,7 @@ int LoadAudioFile(const std::string& path, LCutListAudio& target, LProgress* pro
         if (!opened.note.empty())
             report->warning += (report->warning.empty() ? "" : "\n") + path + ": " + opened.note;
         report->tags = ReadAudioTags(path);
+        report->cues = ReadWaveCues(path);
     }
     return kJobDone;
 }
@@ -75,8 +76,9 @@ int SaveAudioFile(const LCutListAudio& audio, const std::string& path, int32_t b
 
 int SaveAudioFile(const LCutListAudio& audio, const std::string& path, const LWriteOptions& options,
                   const LAudioTags* tags, LProgress* progress, std::string* message,
-                  const std::string& title) {
+                  const std::string& title, const std::vector<LWaveCue>* cues) {
     LSaveRequest request;
+    request.cues = cues;
     request.options = options;
     request.tags = tags;
     request.title = title;

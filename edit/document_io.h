@@ -13,12 +13,14 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "core/progress.h"
 #include "edit/cut_list_audio.h"
 #include "formats/audio_format.h"
 #include "formats/audio_tags.h"
 #include "formats/open_audio_source.h"
+#include "formats/wave_cues.h"
 
 namespace osmera {
 
@@ -33,6 +35,8 @@ struct LLoadReport {
     std::string warning;
     // The file's tags (empty when it has none).
     LAudioTags tags;
+    // The cue points of a WAV file (empty for other files).
+    std::vector<LWaveCue> cues;
 };
 
 // Reads any audio file this program opens into new cuts; on success `target` holds
@@ -51,10 +55,10 @@ int LoadAudioFile(const std::string& path, LCutListAudio& target, LProgress* pro
 int SaveAudioFile(const LCutListAudio& audio, const std::string& path, int32_t bytesPerSample,
                   LProgress* progress, std::string* message = nullptr,
                   const std::string& title = "Saving");
-// The same with every writer option (formats/audio_format.h) and the tags to write
-// (may be null).
+// The same with every writer option (formats/audio_format.h), the tags to write (may be
+// null) and the cue points a WAV file gets (may be null).
 int SaveAudioFile(const LCutListAudio& audio, const std::string& path, const LWriteOptions& options,
                   const LAudioTags* tags, LProgress* progress, std::string* message = nullptr,
-                  const std::string& title = "Saving");
+                  const std::string& title = "Saving", const std::vector<LWaveCue>* cues = nullptr);
 
 }  // namespace osmera

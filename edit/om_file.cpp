@@ -38,6 +38,7 @@ void LOMFile::RecordUndoStep(const std::string& undoName) {
     step.selEnd = selEnd;
     step.viewStart = viewStart;
     step.viewEnd = viewEnd;
+    step.markers = markers;
     step.undoName = undoName;
 }
 
@@ -54,6 +55,8 @@ bool LOMFile::Undo() {
     selEnd = step.selEnd;
     viewStart = step.viewStart;
     viewEnd = step.viewEnd;
+    markers = std::move(step.markers);
+    step.markers.Clear();
     step.undoName.clear();
     undoIdx = undoIdx == 0 ? kUndoSteps - 1 : undoIdx - 1;
     return true;

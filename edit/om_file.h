@@ -14,12 +14,13 @@
 #include <string>
 
 #include "edit/cut_list_audio.h"
+#include "edit/marker_list.h"
 #include "formats/audio_tags.h"
 
 namespace osmera {
 
-// What one undo step remembers: the audio (rate, channels, entries) and the document's state
-// before a change. A step with an empty name is not available.
+// What one undo step remembers: the audio (rate, channels, entries), the markers and the
+// document's state before a change. A step with an empty name is not available.
 struct LUndoStep {
     LCutListAudio audio;
     uint8_t modified = 0;
@@ -28,6 +29,7 @@ struct LUndoStep {
     int32_t selEnd = 0;
     int32_t viewStart = 0;
     int32_t viewEnd = 0;
+    LMarkerList markers;
     std::string undoName;
 
     bool IsAvailable() const { return !undoName.empty(); }
@@ -74,6 +76,9 @@ class LOMFile {
     // The file's tags as opened (or last edited); written back by every save to a format
     // that carries tags. Edits of the audio leave them alone.
     LAudioTags tags;
+    // Bookmarks and regions on the audio: whoever changes the audio's length moves them along
+    // (markers.MoveAlong); undo steps keep a copy.
+    LMarkerList markers;
     LCutListAudio audio;
     std::array<LUndoStep, kUndoSteps> undo;
     uint32_t undoIdx = 0;

@@ -80,6 +80,57 @@ std::string LEffectDriver::EqualizerFilePath() {
         .string();
 }
 
+// Moves the markers of `doc` along an effect that changed its length from `before` frames.
+// Most effects replace the range [rangeStart, rangeEnd) with a longer or shorter one (a speed
+// change, an echo's tail): markers inside are scaled into it, later ones move by the
+// difference. The effects that insert or trim elsewhere say where.
+static void MoveMarkersAlong(LEffectId id, LOMFile& doc, int32_t rangeStart, int32_t rangeEnd,
+                             int64_t before, int32_t position) {
+    const int64_t after = doc.audio.GetLength();
+    const int64_t grown = after - before;
+    if (grown == 0)
+        return;
+    switch (id) {
+        case LEffectId::kInsertSilenceStart:
+        case LEffectId::kInsertSilenceCurrent:
+        case LEffectId::kInsertSilenceEnd:
+            doc.markers.MoveAlong(position, position, static_cast<int32_t>(position + grown));
+            return;
+        case LEffectId::kRepeatLoop:  // the copies go in at the range's start
+            doc.markers.MoveAlong(rangeStart, rangeStart, static_cast<int32_t>(rangeStart + grown));
+            return;
+        case LEffectId::kFadeOutAndTrim:
+            doc.markers.ClampTo(static_cast<int32_t>(after));
+            return;
+        case LEffectId::kAutoTrim: {
+            // The kept audio starts where the first entry left now stood before: found in the
+            // undo step just recorded, which holds the audio as it was.
+            const auto& now = doc.audio.GetEntries();
+            int64_t head = 0;
+            if (!now.empty() && !now.front().IsSilent()) {
+                int64_t at = 0;
+                for (const LAudioCut& old : doc.CurrentUndoStep().audio.GetEntries()) {
+                    if (old.ref == now.front().ref && old.gain == now.front().gain &&
+                        now.front().start >= old.start &&
+                        now.front().start < int64_t{old.start} + old.length) {
+                        head = at + (now.front().start - old.start);
+                        break;
+                    }
+                    at += old.length;
+                }
+            }
+            doc.markers.MoveAlong(0, static_cast<int32_t>(head), 0);
+            doc.markers.ClampTo(static_cast<int32_t>(after));
+            return;
+        }
+        default:
+            doc.markers.MoveAlong(
+                rangeStart, rangeEnd,
+                static_cast<int32_t>(std::max<int64_t>(rangeStart, rangeEnd + grown)));
+            return;
+    }
+}
+
 LEffectResult LEffectDriver::Run(LEffectId id, LEffectDialog* dialog) {
     LEffectResult result;
     LOMFile* doc = controller_.GetCurrent();
@@ -213,10 +264,14 @@ LEffectResult LEffectDriver::Run(LEffectId id, LEffectDialog* dialog) {
 
     controller_.StartModifyCurrentFile(info.undoTitle);
     int32_t position = doc->selStart;
+    const int32_t rangeStart = doc->selStart;
+    const int32_t rangeEnd = doc->selEnd;
+    const int64_t before = doc->audio.GetLength();
     result.code = Process(info, *doc, values, position, result);
     switch (result.code) {
         case kJobDone:
             result.status = LEffectStatus::kApplied;
+            MoveMarkersAlong(info.id, *doc, rangeStart, rangeEnd, before, position);
             controller_.EndModifyCurrentFile(position,
                                              static_cast<int32_t>(doc->audio.GetSampleRate()));
             break;

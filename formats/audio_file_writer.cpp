@@ -1,5 +1,7 @@
 #include "formats/audio_file_writer.h"
 
+#include <algorithm>
+
 #include "core/pr_source_to_sink.h"
 #include "core/safe_replace.h"
 #include "core/trace.h"
@@ -90,6 +92,18 @@ int SaveSourceAs(LSourceRef source, const std::string& path, const LSaveRequest&
     if (written && request.tags && !WriteAudioTags(replace.TempPath(), name, *request.tags)) {
         Say(message, "cannot write the tags of " + path + "; it was left as it was");
         return kJobFailed;
+    }
+    if (written && name == "wav" && request.cues && !request.cues->empty()) {
+        const int32_t sourceRate = std::max(source->GetSampleRate(), 1);
+        std::vector<LWaveCue> cues = *request.cues;
+        for (LWaveCue& cue : cues) {
+            cue.position = static_cast<uint32_t>(uint64_t{cue.position} * rate / sourceRate);
+            cue.length = static_cast<uint32_t>(uint64_t{cue.length} * rate / sourceRate);
+        }
+        if (!AppendWaveCues(replace.TempPath(), cues)) {
+            Say(message, "cannot write the markers of " + path + "; it was left as it was");
+            return kJobFailed;
+        }
     }
     if (!written) {
         LTrace("SaveSourceAs write failed");

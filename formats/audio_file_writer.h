@@ -4,11 +4,11 @@
 //
 // The writer is chosen by options.format, else by the output's extension
 // (formats/audio_format.h). Everything is written to a temporary beside `path`
-// (core/safe_replace.h), tagged there, and moved over `path` only when every frame, the
-// encoder's end and the tags were written; a failure, a full disk or a cancel leave `path`
-// as it was. Formats of a fixed rate or channel count (Opus at 48000 Hz, VOX and GSM at
-// 8000 Hz mono) get the source converted by the engine's own rate and channel
-// converters, through the pump.
+// (core/safe_replace.h), tagged (and given its cue points) there, and moved over `path` only when
+// every frame, the encoder's end and the tags were written; a failure, a full disk or a cancel
+// leave `path` as it was. Formats of a fixed rate or channel count (Opus at 48000 Hz, VOX and GSM
+// at 8000 Hz mono) get the source converted by the engine's own rate and channel converters,
+// through the pump.
 //
 // Runs on the calling thread and honours `progress` (may be null) between blocks. Returns
 // kJobDone, kJobCancelled or kJobFailed (core/progress.h); on anything but kJobDone
@@ -16,11 +16,13 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "core/progress.h"
 #include "core/sound_source_base.h"
 #include "formats/audio_format.h"
 #include "formats/audio_tags.h"
+#include "formats/wave_cues.h"
 
 namespace osmera {
 
@@ -29,7 +31,10 @@ struct LSaveRequest {
     int32_t sampleRate = 0;            // 0: the source's
     uint8_t channels = 0;              // 0: the source's
     const LAudioTags* tags = nullptr;  // written when the format carries tags
-    std::string title = "Saving";      // line 0 of the progress
+    // Markers written as cue points when the format is WAV, in frames of the source (scaled
+    // when the file's rate differs); may be null.
+    const std::vector<LWaveCue>* cues = nullptr;
+    std::string title = "Saving";  // line 0 of the progress
 };
 
 int SaveSourceAs(LSourceRef source, const std::string& path, const LSaveRequest& request,

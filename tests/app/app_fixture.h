@@ -96,6 +96,14 @@ class ScriptedPrompts : public LUserPrompts {
         offered = choices;
         return choiceAnswer;
     }
+    bool AskText(const QString& title, const QString&, QString& text) override {
+        asked << title + ": " + text;
+        if (!textAnswer)
+            return false;
+        if (!textAnswer->isEmpty())
+            text = *textAnswer;
+        return true;
+    }
 
     std::deque<LAnswer> answers;  // questions take these in order; Cancel when empty
     QStringList asked, told, browsed, openFilters, openAnswer;
@@ -109,6 +117,7 @@ class ScriptedPrompts : public LUserPrompts {
     std::optional<LAudioTags> tagsAnswer;                   // Cancel when empty
     int choiceAnswer = -1;                                  // Cancel
     QStringList offered;
+    std::optional<QString> textAnswer = QString();  // "": keep the offered text; none: Cancel
 
   private:
     LAnswer Next() {

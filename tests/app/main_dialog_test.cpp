@@ -118,7 +118,13 @@ TEST_F(Editor, EveryCommandReachesItsHandlerOrSaysItIsNotAvailable) {
                                       kIdSaveProjectAs,
 
                                       kIdFft,
-                                      kIdTfft};
+                                      kIdTfft,
+
+                                      kIdSetBookmark,
+                                      kIdBookmarkList,
+                                      kIdAddRegion,
+                                      kIdRegionList,
+                                      kIdAssembleRegions};
     for (const LCommandRow& row : CommandTable()) {
         SCOPED_TRACE(row.id);
         LOMFile& doc = Open("a.wav");
