@@ -14,41 +14,13 @@
 #include "cli/args.h"
 #include "cli/commands.h"
 #include "cli/ini_settings_store.h"
+#include "cli/run_folder.h"
 #include "cli/terminal_progress.h"
-#include "edit/audio_cut_tank.h"
 #include "effects/script_effect_commands.h"
 #include "effects/script_runner.h"
 
 namespace osmera::cli {
 namespace {
-
-// The tank's folder for one run: a locked folder of its own inside `workDir` (the
-// temporary folder when none is given), so that runs sharing a folder never touch each
-// other's cuts nor the user's files there. It goes, with every cut file of the run, when
-// this goes (after every list that names a cut), also after Ctrl+C or SIGTERM.
-class LRunFolder {
-  public:
-    explicit LRunFolder(const std::string& workDir) {
-        std::string parent = workDir;
-        if (parent.empty()) {
-            std::error_code ec;
-            parent = std::filesystem::temp_directory_path(ec).string();
-            if (parent.empty())
-                parent = "/tmp";
-        }
-        ready_ = LAudioCutTank::Instance().OpenFolderIn(parent, &message_);
-    }
-    ~LRunFolder() { LAudioCutTank::Instance().Reset(); }
-    LRunFolder(const LRunFolder&) = delete;
-    LRunFolder& operator=(const LRunFolder&) = delete;
-
-    bool IsReady() const { return ready_; }
-    const std::string& Message() const { return message_; }
-
-  private:
-    bool ready_ = false;
-    std::string message_;
-};
 
 // The runner's lines as this program prints them: printed lines on stdout, failing lines
 // on stderr as they are, messages about the run on stderr after the program's name.
