@@ -50,6 +50,7 @@ class LKeyMacroRunner;
 class LLevelMeter;
 class LMDIMainWindow;
 class LOMRecordWindow;
+class LOMBatchConverter;
 
 // The open dialog's filters in order, and Save As's (WAV 8, 16, 24 and 32 bits).
 QStringList OpenFileFilters();
@@ -333,6 +334,7 @@ class MainDialog : public QObject, public LDocumentListener {
     LLevelMeter* playMeter_ = nullptr;
     std::vector<LOpenDocument> open_;
     QPointer<LOMRecordWindow> recordWindow_;
+    QPointer<LOMBatchConverter> batchConverter_;  // the Batch Converter window, once shown
     std::unique_ptr<LKeyMacroRunner> keyMacros_;
     QTimer helpTimer_;
     bool undoAvailable_ = false;

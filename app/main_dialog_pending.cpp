@@ -52,10 +52,6 @@ void MainDialog::CmTextToSpeech() {
     NotAvailable(kIdTextToSpeech);
 }
 
-void MainDialog::CmBatchConverter() {
-    NotAvailable(kIdBatchConverter);
-}
-
 void MainDialog::CmSetBookmark() {
     NotAvailable(kIdSetBookmark);
 }

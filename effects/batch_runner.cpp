@@ -111,15 +111,19 @@ int LBatchRunner::Run(const LBatchOptions& options, std::vector<std::string>* me
     std::string scriptText;
     bool scriptSaves = false;
     {
-        std::ifstream in(options.script, std::ios::binary);
-        std::error_code ec;
-        if (!in || fs::is_directory(options.script, ec)) {
-            say("cannot read the script " + options.script);
-            return kBadScript;
+        if (options.scriptText) {
+            scriptText = *options.scriptText;
+        } else {
+            std::ifstream in(options.script, std::ios::binary);
+            std::error_code ec;
+            if (!in || fs::is_directory(options.script, ec)) {
+                say("cannot read the script " + options.script);
+                return kBadScript;
+            }
+            std::ostringstream text;
+            text << in.rdbuf();
+            scriptText = text.str();
         }
-        std::ostringstream text;
-        text << in.rdbuf();
-        scriptText = text.str();
         LMemorySettingsStore settings;
         LDocumentController controller(settings);
         LNullProgress progress;

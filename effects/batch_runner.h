@@ -33,6 +33,7 @@
 #include <atomic>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -44,6 +45,10 @@ class LSettingsStore;
 
 struct LBatchOptions {
     std::string script;  // the script file
+    // The script's text when it is not to be read from `script` (the editor's edited
+    // command list); `script` then names it in reports and gives the folder of relative
+    // paths.
+    std::optional<std::string> scriptText;
     std::vector<std::string> inputs;
     std::string outFolder;  // created when missing
     std::string pattern = kDefaultPattern;
