@@ -111,7 +111,8 @@ TEST_F(Editor, EveryCommandReachesItsHandlerOrSaysItIsNotAvailable) {
                                       kIdPasteMixFromClipboard,
                                       kIdMixFile,  // no file chosen
                                       kIdEqualizer,
-                                      kIdEditTags};
+                                      kIdEditTags,
+                                      kIdBatchConverter};
     for (const LCommandRow& row : CommandTable()) {
         SCOPED_TRACE(row.id);
         LOMFile& doc = Open("a.wav");
