@@ -33,7 +33,11 @@ void PrintMessage(const std::string& input, const std::string& message) {
 
 void PrintResult(const LBatchFileResult& result) {
     if (result.result == kScriptOk) {
-        std::fprintf(stdout, "%s -> %s\n", result.input.c_str(), result.output.c_str());
+        if (result.output.empty())
+            std::fprintf(stdout, "%s: nothing written (the script closed it)\n",
+                         result.input.c_str());
+        else
+            std::fprintf(stdout, "%s -> %s\n", result.input.c_str(), result.output.c_str());
         for (const std::string& line : result.messages)  // warnings of a file that went through
             PrintMessage(result.input, line);
     } else if (result.result == kScriptFailed) {

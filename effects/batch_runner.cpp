@@ -237,6 +237,8 @@ LBatchFileResult LBatchRunner::RunFile(const LBatchOptions& options, const std::
                 result.messages.push_back("warning: " + warning);
             controller.GetCurrent()->path = result.output;  // where a bare `save` writes
             result.result = runner.RunLoaded();
+            if (result.result == kScriptOk && !scriptSaves && !controller.GetCurrent())
+                result.output.clear();  // the script closed its file: nothing to write
             if (result.result == kScriptOk && !scriptSaves && controller.GetCurrent()) {
                 const int saved =
                     controller.SaveCurrentFile(result.output, options.save, &progress, &message);

@@ -62,8 +62,8 @@ struct LBatchOptions {
 struct LBatchFileResult {
     size_t index = 0;  // place in LBatchOptions::inputs
     std::string input;
-    std::string output;                 // "" when no output name could be made
-    int result = 0;                     // kScriptOk, kScriptFailed or kScriptCancelled
+    std::string output;  // "" when nothing was written for it (the script closed its file)
+    int result = 0;      // kScriptOk, kScriptFailed or kScriptCancelled
     std::vector<std::string> messages;  // why it failed, and warnings, one line each
     std::vector<std::string> printed;   // what the script's commands printed
 };
