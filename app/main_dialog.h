@@ -53,6 +53,7 @@ class LMDIMainWindow;
 class LMarkerList;
 class LOMMarkerDock;
 class LOMRecordWindow;
+class LOMBatchConverter;
 
 // The open dialog's filters in order, and Save As's (WAV 8, 16, 24 and 32 bits).
 QStringList OpenFileFilters();
@@ -362,6 +363,7 @@ class MainDialog : public QObject, public LDocumentListener {
     QPointer<LOMRecordWindow> recordWindow_;
     QPointer<LOMMarkerDock> bookmarkDock_;
     QPointer<LOMMarkerDock> regionDock_;
+    QPointer<LOMBatchConverter> batchConverter_;  // the Batch Converter window, once shown
     std::unique_ptr<LKeyMacroRunner> keyMacros_;
     QTimer helpTimer_;
     bool undoAvailable_ = false;

@@ -1,13 +1,14 @@
-// MainDialog: batch scripts run in the editor ("-batch SCRIPT", also when a second start
-// hands one over). The script runs through the same runner as `osmera-cli run`, on the
-// editor's own documents: it starts on the active file, files it opens or makes get
-// windows, files it closes lose theirs.
+// MainDialog: the Batch Converter window, and batch scripts run in the editor ("-batch
+// SCRIPT", also when a second start hands one over). The script runs through the same runner as
+// `osmera-cli run`, on the editor's own documents: it starts on the active file, files it opens or
+// makes get windows, files it closes lose theirs.
 #include <QFileInfo>
 #include <QMdiSubWindow>
 #include <QStatusBar>
 #include <QTimer>
 #include <set>
 
+#include "app/batch_converter_window.h"
 #include "app/editor_transport.h"
 #include "app/main_dialog.h"
 #include "app/mdi_main_window.h"
@@ -19,6 +20,15 @@
 #include "platform/qt_progress.h"
 
 namespace osmera {
+
+void MainDialog::CmBatchConverter() {
+    // One window for the editor's life: shown again as the user left it.
+    if (!batchConverter_)
+        batchConverter_ = new LOMBatchConverter(&frame_);
+    batchConverter_->show();
+    batchConverter_->raise();
+    batchConverter_->activateWindow();
+}
 
 void MainDialog::RunBatchScript(const QString& path) {
     if (busy_ > 0) {

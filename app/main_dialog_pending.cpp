@@ -27,8 +27,4 @@ void MainDialog::CmTextToSpeech() {
     NotAvailable(kIdTextToSpeech);
 }
 
-void MainDialog::CmBatchConverter() {
-    NotAvailable(kIdBatchConverter);
-}
-
 }  // namespace osmera

@@ -7,6 +7,7 @@ namespace osmera::cli {
 int RunInfo(int argc, char** argv);
 int RunConvert(int argc, char** argv);
 int RunScript(int argc, char** argv);
+int RunBatch(int argc, char** argv);
 int RunDevices(int argc, char** argv);
 int RunPlay(int argc, char** argv);
 int RunRecord(int argc, char** argv);

@@ -39,6 +39,16 @@ const Command kCommands[] = {
      "run SCRIPT [--work-dir DIR] [--settings FILE]\n      Runs a script of editing commands "
      "(open, select, cut, paste, effects, undo, save...);\n      --settings keeps effect "
      "parameters and set/get values in an INI-like FILE.\n"},
+    {"batch", osmera::cli::RunBatch,
+     "batch SCRIPT FILE... --out DIR [--jobs N] [--name PATTERN] [--work-dir DIR]\n"
+     "            [--format NAME] [--bits B] [--quality Q] [--bitrate KBPS] [--compression C]\n"
+     "      Runs SCRIPT (as run does) on each FILE, opened first, N files at a time\n"
+     "      (default: one per core), and saves each result as DIR/PATTERN with the save\n"
+     "      options given. PATTERN (default {name}.{ext}): {name} the file's name without\n"
+     "      extension, {ext} that of --format (else the file's own), {index} its place\n"
+     "      from 1. A script with a save line saves itself: a bare save writes DIR/PATTERN.\n"
+     "      Prints IN -> OUT per file written; a file that fails is reported with its\n"
+     "      reason and the others go on (exit code 1). Outputs never replace an input.\n"},
     {"devices", osmera::cli::RunDevices,
      "devices\n"
      "      Lists the sound output and input devices with their numbers (0: default).\n"},

@@ -16,7 +16,6 @@
 #include "cli/ini_settings_store.h"
 #include "cli/run_folder.h"
 #include "cli/terminal_progress.h"
-#include "edit/audio_cut_tank.h"
 #include "effects/script_effect_commands.h"
 #include "effects/script_runner.h"
 

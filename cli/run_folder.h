@@ -1,9 +1,9 @@
 #pragma once
-// The cut tank's folder for one run of a command that builds cut lists (run, image): a
-// locked folder of its own inside `workDir` (the temporary folder when empty), so that
-// runs sharing a folder never touch each other's cuts nor the user's files there. It goes,
-// with every cut file of the run, when this goes (after every list that names a cut), also
-// after Ctrl+C or SIGTERM. One per process at a time; main thread.
+// The cut tank's folder for one run of a command that builds cut lists (`run`, `batch`,
+// `image`): a locked folder of its own inside `workDir` (the temporary folder when none is
+// given), so that runs sharing a folder never touch each other's cuts nor the user's files
+// there. It goes, with every cut file of the run, when this goes (after every list that
+// names a cut), also after Ctrl+C or SIGTERM. Main thread; one at a time.
 
 #include <string>
 

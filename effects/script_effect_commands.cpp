@@ -17,7 +17,8 @@ namespace {
 using A = LScriptArg;
 using Args = const LScriptArgs&;
 
-LSettingsStore* g_settings = nullptr;
+// Per thread, so that the batch converter's workers each run with a store of their own.
+thread_local LSettingsStore* g_settings = nullptr;
 
 // The allowed values of the number words of the effect commands, which are also the
 // values `set` accepts for the parameter they fill. Where the effect table has a rule for
@@ -258,7 +259,7 @@ std::string CheckSetting(const std::string& section, const std::string& key, int
 
 // The noise profile `noise-profile` took, kept for the script's later `noise-reduction`.
 LNoiseProfile& ScriptNoiseProfile() {
-    static LNoiseProfile profile;
+    thread_local LNoiseProfile profile;  // per thread, as the settings store is
     return profile;
 }
 
@@ -318,6 +319,7 @@ std::string Get(LScriptContext& ctx, Args args) {
 
 void SetScriptSettings(LSettingsStore* store) {
     g_settings = store;
+    ScriptNoiseProfile() = LNoiseProfile();
 }
 
 LSettingsStore& ScriptSettings() {

@@ -6,7 +6,9 @@
 //
 // The settings store is the one the caller set (the command-line program: the file of
 // `run --settings FILE`; the editor: its own settings); without one the commands use a
-// temporary store in memory for the life of the program. Script thread only.
+// temporary store in memory for the life of the program. Script thread only: the store
+// set and the noise profile `noise-profile` takes belong to the calling thread, so
+// scripts running at once on several threads (the batch converter) never share them.
 
 #include "core/settings_store.h"
 #include "effects/script_commands.h"
@@ -20,7 +22,8 @@ namespace osmera {
 // mix-file, loudness, set, get. Replaces earlier commands of those names.
 void RegisterEffectScriptCommands(LScriptCommandTable& table);
 
-// The store the effect and settings commands use (borrowed; null for the temporary one).
+// The store the effect and settings commands use on this thread (borrowed; null for the
+// temporary one). Setting it starts a fresh script: the thread's noise profile is dropped.
 void SetScriptSettings(LSettingsStore* store);
 LSettingsStore& ScriptSettings();
 

@@ -1,8 +1,10 @@
 #include "effects/script_runner.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <set>
+#include <sstream>
 #include <utility>
 
 #include "edit/audio_cut_tank.h"
@@ -10,12 +12,6 @@
 
 namespace osmera {
 namespace {
-
-struct ParsedLine {
-    int number;
-    const LScriptCommand* command;
-    LScriptArgs args;
-};
 
 // Commands that only rearrange audio already in cuts, or touch no audio: they still run when
 // the cut tank has no free number left, so that a script can save and close what it has.
@@ -41,22 +37,37 @@ void LScriptRunner::Report(const std::string& script, int line, const std::strin
 }
 
 int LScriptRunner::Run(const std::string& scriptPath) {
-    std::ifstream in(scriptPath);
-    if (!in) {
+    const int loaded = Load(scriptPath);
+    return loaded == kScriptOk ? RunLoaded() : loaded;
+}
+
+int LScriptRunner::Load(const std::string& scriptPath) {
+    lines_.clear();
+    std::ifstream in(scriptPath, std::ios::binary);
+    std::error_code ec;
+    if (!in || std::filesystem::is_directory(scriptPath, ec)) {
         context_.Note("cannot read the script " + scriptPath);
         return kScriptFailed;
     }
+    std::ostringstream text;
+    text << in.rdbuf();
+    return LoadText(text.str(), scriptPath);
+}
+
+int LScriptRunner::LoadText(const std::string& text, const std::string& scriptPath) {
+    lines_.clear();
+    scriptPath_ = scriptPath;
     const std::filesystem::path base =
         std::filesystem::absolute(std::filesystem::path(scriptPath)).parent_path();
-
-    std::vector<ParsedLine> lines;
-    std::string text;
+    std::istringstream in(text);
+    std::vector<Line> lines;
+    std::string lineText;
     std::vector<std::string> words;
     std::string error;
-    for (int number = 1; std::getline(in, text); ++number) {
-        if (!text.empty() && text.back() == '\r')
-            text.pop_back();
-        if (!SplitScriptLine(text, words, error)) {
+    for (int number = 1; std::getline(in, lineText); ++number) {
+        if (!lineText.empty() && lineText.back() == '\r')
+            lineText.pop_back();
+        if (!SplitScriptLine(lineText, words, error)) {
             Report(scriptPath, number, error);
             return kScriptBadLine;
         }
@@ -74,8 +85,18 @@ int LScriptRunner::Run(const std::string& scriptPath) {
         }
         lines.push_back({number, command, std::move(args)});
     }
+    lines_ = std::move(lines);
+    return kScriptOk;
+}
 
-    for (const ParsedLine& line : lines) {
+bool LScriptRunner::Uses(const std::string& name) const {
+    return std::any_of(lines_.begin(), lines_.end(),
+                       [&name](const Line& line) { return line.command->name == name; });
+}
+
+int LScriptRunner::RunLoaded() {
+    const std::string& scriptPath = scriptPath_;
+    for (const Line& line : lines_) {
         if (context_.progress.IsCancelled())
             break;
         if (!MakesNoNewCut(line.command->name) && !LAudioCutTank::Instance().HasFreeCuts()) {

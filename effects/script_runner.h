@@ -22,6 +22,7 @@
 // No terminal is needed: every line of text goes to the output's functions.
 
 #include <string>
+#include <vector>
 
 #include "effects/script_commands.h"
 
@@ -41,13 +42,32 @@ class LScriptRunner {
                   LProgress& progress, LScriptOutput output);
 
     // Runs the script file; returns kScriptOk, kScriptBadLine, kScriptFailed or
-    // kScriptCancelled.
+    // kScriptCancelled. The same as Load and then RunLoaded.
     int Run(const std::string& scriptPath);
 
+    // Reads and checks every line of the script file without running any: kScriptOk,
+    // kScriptBadLine (reported) or kScriptFailed (the file cannot be read; noted).
+    int Load(const std::string& scriptPath);
+    // The same for a script's text already read; `scriptPath` names it in reports and
+    // its folder is the base of relative paths.
+    int LoadText(const std::string& text, const std::string& scriptPath);
+    // Runs the lines the last successful Load left, on the controller's current document.
+    int RunLoaded();
+    // True when a loaded line runs the command `name` (the batch converter asks for "save").
+    bool Uses(const std::string& name) const;
+
   private:
+    struct Line {
+        int number;
+        const LScriptCommand* command;
+        LScriptArgs args;
+    };
+
     void Report(const std::string& script, int line, const std::string& message);
 
     const LScriptCommandTable& table_;
+    std::string scriptPath_;
+    std::vector<Line> lines_;
     LScriptOutput output_;
     LScriptContext context_;
 };

@@ -124,7 +124,9 @@ TEST_F(Editor, EveryCommandReachesItsHandlerOrSaysItIsNotAvailable) {
                                       kIdBookmarkList,
                                       kIdAddRegion,
                                       kIdRegionList,
-                                      kIdAssembleRegions};
+                                      kIdAssembleRegions,
+
+                                      kIdBatchConverter};
     for (const LCommandRow& row : CommandTable()) {
         SCOPED_TRACE(row.id);
         LOMFile& doc = Open("a.wav");
