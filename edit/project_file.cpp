@@ -81,6 +81,7 @@ LProjectDocument DescribeDocument(const LOMFile& doc) {
     saved.viewStart = doc.viewStart;
     saved.viewEnd = doc.viewEnd;
     saved.tags = doc.tags;
+    saved.markers = doc.markers;
     return saved;
 }
 
@@ -98,6 +99,7 @@ void RestoreDocument(const LProjectDocument& saved, LOMFile& doc) {
     if (doc.viewEnd <= doc.viewStart)
         doc.ZoomAll();
     doc.tags = saved.tags;
+    doc.markers = saved.markers;
 }
 
 std::string ProjectDataFolder(const std::string& manifestPath) {

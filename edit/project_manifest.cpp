@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cstdint>
+#include <cstdlib>
 #include <initializer_list>
 #include <map>
 #include <optional>
@@ -164,6 +165,32 @@ void ReadDocument(LSectionReader& in, LProjectDocument& doc) {
                                               : LWindowState::kNormal;
     doc.leftRight = in.Text("display", false).value_or("") == "leftright";
     in.Number("verticalZoom", false, doc.verticalZoom, 1, 16);
+    // "bookmark.N=POSITION,NAME" and "region.N=START,END,NAME", numbered from 1 without gaps.
+    // A marker line that does not parse is left out rather than failing the project.
+    for (int n = 1;; ++n) {
+        const std::optional<std::string> v =
+            in.Text(("bookmark." + std::to_string(n)).c_str(), false);
+        if (!v)
+            break;
+        char* end = nullptr;
+        const long long at = std::strtoll(v->c_str(), &end, 10);
+        if (end && *end == ',' && at >= 0 && at <= kMaxFrame)
+            doc.markers.AddBookmark(std::string(end + 1), static_cast<int32_t>(at));
+    }
+    for (int n = 1;; ++n) {
+        const std::optional<std::string> v =
+            in.Text(("region." + std::to_string(n)).c_str(), false);
+        if (!v)
+            break;
+        char* end = nullptr;
+        const long long from = std::strtoll(v->c_str(), &end, 10);
+        if (!end || *end != ',')
+            continue;
+        const long long to = std::strtoll(end + 1, &end, 10);
+        if (end && *end == ',' && from >= 0 && to >= 0 && from <= kMaxFrame && to <= kMaxFrame)
+            doc.markers.AddRegion(std::string(end + 1), static_cast<int32_t>(from),
+                                  static_cast<int32_t>(to));
+    }
 }
 
 }  // namespace
@@ -175,8 +202,7 @@ std::string WriteProjectManifest(const LProject& project) {
     int number = 0;
     for (const LProjectDocument& doc : project.documents) {
         // What a document keeps: its audio file, its own file's path, its state, tags,
-        // window and display. Bookmarks and regions of the document belong in this section
-        // too, as further keys of their own; readers skip keys they do not know.
+        // window, display, bookmarks and regions. Readers skip keys they do not know.
         out << "\n[document " << ++number << "]\n"
             << "data=" << Escape(doc.dataFile) << "\nrate=" << doc.sampleRate
             << "\nchannels=" << int{doc.channels} << "\nlength=" << doc.length
@@ -193,6 +219,13 @@ std::string WriteProjectManifest(const LProject& project) {
             << "\nwindowState=" << StateName(doc.window.state)
             << "\ndisplay=" << (doc.leftRight ? "leftright" : "plusminus")
             << "\nverticalZoom=" << doc.verticalZoom << "\n";
+        int n = 0;
+        for (const LBookmark& b : doc.markers.Bookmarks())
+            out << "bookmark." << ++n << '=' << b.position << ',' << Escape(b.name) << '\n';
+        n = 0;
+        for (const LRegion& r : doc.markers.Regions())
+            out << "region." << ++n << '=' << r.start << ',' << r.end << ',' << Escape(r.name)
+                << '\n';
     }
     return out.str();
 }

@@ -25,6 +25,7 @@
 #include <string>
 #include <vector>
 
+#include "edit/marker_list.h"
 #include "formats/audio_tags.h"
 
 namespace osmera {
@@ -59,6 +60,7 @@ struct LProjectDocument {
     int32_t viewStart = 0;
     int32_t viewEnd = 0;
     LAudioTags tags;
+    LMarkerList markers;
     LProjectWindow window;
     bool leftRight = false;  // display mode "L / R" instead of "+ / -"
     int32_t verticalZoom = 1;

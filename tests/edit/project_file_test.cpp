@@ -51,6 +51,9 @@ class ProjectFileTest : public CutTankTest {
         first.viewStart = 50;
         first.viewEnd = 20000;
         first.tags.title = "Take\none";
+        first.markers.AddBookmark("Intro, take 2", 700);
+        first.markers.AddRegion("Verse\n1", 2000, 9000);
+        first.markers.AddRegion("Chorus", 9000, 15000);
         first.window = {10, 20, 400, 300, LWindowState::kNormal};
         first.leftRight = true;
         first.verticalZoom = 4;
