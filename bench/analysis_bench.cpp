@@ -50,8 +50,7 @@ LCutListAudio OneMinute() {
 }
 
 int Run() {
-    std::string pattern =
-        (std::filesystem::temp_directory_path() / "osmera-bench-XXXXXX").string();
+    std::string pattern = (std::filesystem::temp_directory_path() / "osmera-bench-XXXXXX").string();
     if (!::mkdtemp(pattern.data())) {
         std::fprintf(stderr, "no temporary folder\n");
         return 1;
@@ -90,4 +89,6 @@ int Run() {
 }  // namespace
 }  // namespace osmera
 
-int main() { return osmera::Run(); }
+int main() {
+    return osmera::Run();
+}
