@@ -57,7 +57,7 @@ LSourceRef MakeSpeedPitchSource(LSourceRef input, int32_t percent) {
 }
 
 LSRCTimeStretch::LSRCTimeStretch(LSourceRef input, double timeRatio, double pitchScale)
-    : LSRCWrapBase(std::move(input)), timeRatio_(timeRatio), pitchScale_(pitchScale) {
+    : LSRCWrapBase(std::move(input)), timeRatio_(timeRatio) {
     SetPeak(kPeak16Bit);
     if (!IsOk())
         return;

@@ -59,7 +59,6 @@ class LSRCTimeStretch : public LSRCWrapBase {
     bool Drain();
 
     double timeRatio_;
-    double pitchScale_;
     int32_t length_ = 0;
     int32_t position_ = 0;
     int32_t inputAt_ = 0;     // next input frame to feed
