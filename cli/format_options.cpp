@@ -15,6 +15,29 @@ const std::set<std::string>& OpenOptionNames() {
     return kNames;
 }
 
+namespace {
+
+// --encoding and --endian of headerless audio into `raw`; false with `error` set when
+// either names nothing known.
+bool ParseRawEncoding(LArgs& args, LRawParams& raw, std::string& error) {
+    if (auto e = args.Value("encoding")) {
+        if (!LRawParams::EncodingFromName(*e, raw.encoding)) {
+            error = "--encoding must be s8, u8, s16, s24, s32, float, ulaw or alaw";
+            return false;
+        }
+    }
+    if (auto e = args.Value("endian")) {
+        if (*e != "little" && *e != "big") {
+            error = "--endian must be little or big";
+            return false;
+        }
+        raw.bigEndian = *e == "big";
+    }
+    return true;
+}
+
+}  // namespace
+
 bool ParseWriteOptions(LArgs& args, LWriteOptions& options, std::string& error) {
     if (auto f = args.Value("format")) {
         if (!FindWriteFormat(*f)) {
@@ -42,19 +65,8 @@ bool ParseWriteOptions(LArgs& args, LWriteOptions& options, std::string& error) 
         error = "--bits must be 8, 16, 24 or 32";
         return false;
     }
-    if (auto e = args.Value("encoding")) {
-        if (!LRawParams::EncodingFromName(*e, options.raw.encoding)) {
-            error = "--encoding must be s8, u8, s16, s24, s32, float, ulaw or alaw";
-            return false;
-        }
-    }
-    if (auto e = args.Value("endian")) {
-        if (*e != "little" && *e != "big") {
-            error = "--endian must be little or big";
-            return false;
-        }
-        options.raw.bigEndian = *e == "big";
-    }
+    if (!ParseRawEncoding(args, options.raw, error))
+        return false;
     return true;
 }
 
@@ -67,19 +79,8 @@ bool ParseOpenOptions(LArgs& args, LOpenOptions& options, std::string& error) {
         error = a.Error();
         return false;
     }
-    if (auto e = args.Value("encoding")) {
-        if (!LRawParams::EncodingFromName(*e, options.raw.encoding)) {
-            error = "--encoding must be s8, u8, s16, s24, s32, float, ulaw or alaw";
-            return false;
-        }
-    }
-    if (auto e = args.Value("endian")) {
-        if (*e != "little" && *e != "big") {
-            error = "--endian must be little or big";
-            return false;
-        }
-        options.raw.bigEndian = *e == "big";
-    }
+    if (!ParseRawEncoding(args, options.raw, error))
+        return false;
     options.multichannel = pair ? LOpenOptions::Channels::kPair : LOpenOptions::Channels::kDownmix;
     options.pair = static_cast<int32_t>(pair ? pair - 1 : 0);
     return true;

@@ -19,11 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string Bytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
 class BatchTest : public ::testing::Test {
   protected:
     void SetUp() override {
@@ -45,7 +40,7 @@ class BatchTest : public ::testing::Test {
                                  testing::Q(dir.File("work")) + " 2>" +
                                  testing::Q(dir.File("err.txt")));
     }
-    std::string Errors() const { return Bytes(dir.File("err.txt")); }
+    std::string Errors() const { return testing::ReadText(dir.File("err.txt")); }
     testing::TempDir dir;
 };
 
@@ -65,9 +60,9 @@ TEST_F(BatchTest, ParallelFilesEqualOneAtATimeRuns) {
         std::ofstream(one) << "open \"in/" << name << ".wav\"\n"
                            << kChain << "save \"" << name << ".flac\"\n";
         ASSERT_EQ(Cli("run " + testing::Q(one)).code, 0) << Errors();
-        const std::string batched = Bytes(dir.File("out/" + name + ".flac"));
+        const std::string batched = testing::ReadText(dir.File("out/" + name + ".flac"));
         EXPECT_FALSE(batched.empty()) << name;
-        EXPECT_EQ(batched, Bytes(dir.File(name + ".flac"))) << name;
+        EXPECT_EQ(batched, testing::ReadText(dir.File(name + ".flac"))) << name;
         EXPECT_NE(batch.out.find("out/" + name + ".flac"), std::string::npos) << name;
     }
 
@@ -78,7 +73,8 @@ TEST_F(BatchTest, ParallelFilesEqualOneAtATimeRuns) {
         "batch " + testing::Q(dir.File("own.txt")) + " " + testing::Q(dir.File("in/take 3.wav")) +
         " --out " + testing::Q(dir.File("own")) + " --name '{index}-{name}.{ext}' --format flac");
     EXPECT_EQ(own.code, 0) << Errors();
-    EXPECT_EQ(Bytes(dir.File("own/1-take 3.flac")), Bytes(dir.File("take 3.flac")));
+    EXPECT_EQ(testing::ReadText(dir.File("own/1-take 3.flac")),
+              testing::ReadText(dir.File("take 3.flac")));
 }
 
 TEST_F(BatchTest, ABadFileIsLoggedAndTheOthersAreWritten) {
@@ -98,11 +94,11 @@ TEST_F(BatchTest, ABadFileIsLoggedAndTheOthersAreWritten) {
     EXPECT_NE(Errors().find("missing.wav: "), std::string::npos) << Errors();
 
     // Results never replace an input: the output folder is the inputs' own.
-    const std::string before = Bytes(good1);
+    const std::string before = testing::ReadText(good1);
     result = Cli("batch " + testing::Q(dir.File("chain.txt")) + " " + testing::Q(good1) +
                  " --out " + in);
     EXPECT_EQ(result.code, 1);
-    EXPECT_EQ(Bytes(good1), before);
+    EXPECT_EQ(testing::ReadText(good1), before);
     EXPECT_NE(Errors().find("would replace an input"), std::string::npos) << Errors();
 
     // A misspelt line stops the batch before any file is touched.

@@ -6,6 +6,9 @@
 #include <array>
 #include <cstdio>
 #include <string>
+#include <vector>
+
+#include "formats/open_audio_source.h"
 
 namespace osmera::testing {
 
@@ -31,6 +34,15 @@ inline CliResult RunShell(const std::string& command) {
 // osmera-cli with `args` (already shell-quoted); stderr is dropped.
 inline CliResult Cli(const std::string& args) {
     return RunShell(std::string(OSMERA_CLI) + " " + args + " 2>/dev/null");
+}
+
+// Every sample of an audio file as the program opens it (empty when it does not open).
+inline std::vector<int32_t> ReadAll(const std::string& path) {
+    LSourceRef s = OpenAudioSource(path);
+    std::vector<int32_t> v(static_cast<size_t>(s->GetLengthSample()) * s->GetChannels());
+    if (!v.empty())
+        s->Read(v.data(), s->GetLengthSample());
+    return v;
 }
 
 // Single-quotes a path for the shell.

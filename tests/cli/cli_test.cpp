@@ -25,25 +25,16 @@
 namespace osmera {
 namespace {
 
+using testing::ReadText;
+
 using testing::Cli;
 using testing::Q;
-
-std::string Slurp(const std::string& path) {
-    std::ifstream f(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(f), {}};
-}
+using testing::ReadAll;
 
 // A stereo 16-bit WAV of `frames` frames of a tone, written by our own writer.
 void WriteTone(const std::string& path, int32_t rate, int32_t frames) {
     auto sink = LWaveFile::CreateSink(path, rate, 0, 2, 2);
     LPRSourceToSink(MakeRef<LSRCTone>(rate, 2, frames, 441.0, 300000), sink).Process();
-}
-
-std::vector<int32_t> ReadAll(const std::string& path) {
-    LSourceRef s = OpenAudioSource(path);
-    std::vector<int32_t> v(static_cast<size_t>(s->GetLengthSample()) * s->GetChannels());
-    s->Read(v.data(), s->GetLengthSample());
-    return v;
 }
 
 // A WAV header stating `dataSize` data bytes, in a file holding `fileData` of them (sparse
@@ -97,7 +88,7 @@ TEST_F(CliTest, ConvertSameFormatIsBitExactAndOtherFormatsHaveTheirHeader) {
     WriteTone(in, 44100, 30000);
     ASSERT_EQ(Cli("convert " + Q(in) + " " + Q(dir.File("same.wav"))).code, 0);
     EXPECT_EQ(ReadAll(dir.File("same.wav")), ReadAll(in));
-    EXPECT_EQ(Slurp(dir.File("same.wav")), Slurp(in));
+    EXPECT_EQ(ReadText(dir.File("same.wav")), ReadText(in));
 
     ASSERT_EQ(Cli("convert " + Q(in) + " " + Q(dir.File("o.wav")) +
                   " --rate 48000 --channels 1 --bits 24")
@@ -126,7 +117,7 @@ TEST_F(CliTest, FailuresNeverReplaceTheOutputAndReportUsage) {
     const std::string out = dir.File("keep.wav");
     std::ofstream(out) << "precious";
     EXPECT_EQ(Cli("convert " + Q(dir.File("missing.wav")) + " " + Q(out)).code, 1);
-    EXPECT_EQ(Slurp(out), "precious");
+    EXPECT_EQ(ReadText(out), "precious");
 
     const std::string in = dir.File("in.wav");
     WriteTone(in, 8000, 100);
@@ -135,7 +126,7 @@ TEST_F(CliTest, FailuresNeverReplaceTheOutputAndReportUsage) {
     EXPECT_EQ(Cli("convert " + Q(in) + " " + Q(out) + " --rate fast").code, 2);
     EXPECT_EQ(Cli("convert " + Q(in)).code, 2);
     EXPECT_EQ(Cli("frobnicate").code, 2);
-    EXPECT_EQ(Slurp(out), "precious");
+    EXPECT_EQ(ReadText(out), "precious");
     // No temporaries are left beside the output.
     size_t files = 0;
     for (auto& e : std::filesystem::directory_iterator(dir.Path()))
@@ -168,7 +159,7 @@ TEST_F(CliTest, LongShortAndManyChannelFilesAreToldNeverCutSilently) {
     r = CliBoth("convert " + Q(big) + " " + Q(out) + " --bits 32 --channels 2");
     EXPECT_EQ(r.code, 1);
     EXPECT_TRUE(Has(r, "would hold 16000000000 bytes of audio, more than the 4 GB")) << r.out;
-    EXPECT_EQ(Slurp(out), "precious");
+    EXPECT_EQ(ReadText(out), "precious");
 
     // One second of audio whose header claims a hundred.
     const std::string shortWav = dir.File("short.wav");
@@ -203,7 +194,7 @@ TEST_F(CliTest, LongShortAndManyChannelFilesAreToldNeverCutSilently) {
     r = CliBoth("run " + Q(dir.File("six.txt")));
     EXPECT_EQ(r.code, 0);
     EXPECT_TRUE(Has(r, mixed)) << r.out;
-    EXPECT_EQ(Slurp(out), "precious");
+    EXPECT_EQ(ReadText(out), "precious");
 }
 
 TEST_F(CliTest, SaveKeepsTheWidthTheDocumentWasOpenedWith) {

@@ -16,20 +16,11 @@
 namespace osmera {
 namespace {
 
+using testing::ReadText;
+
 using testing::Cli;
 using testing::Q;
-
-std::string Slurp(const std::string& path) {
-    std::ifstream f(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(f), {}};
-}
-
-std::vector<int32_t> ReadAll(const std::string& path) {
-    LSourceRef s = OpenAudioSource(path);
-    std::vector<int32_t> v(static_cast<size_t>(s->GetLengthSample()) * s->GetChannels());
-    s->Read(v.data(), s->GetLengthSample());
-    return v;
-}
+using testing::ReadAll;
 
 TEST(MarkersCli, ImportListExportAndRefuseBadLabelFiles) {
     testing::TempDir dir;
@@ -51,9 +42,9 @@ TEST(MarkersCli, ImportListExportAndRefuseBadLabelFiles) {
               "type=bookmark name=Mark start=1.000000 end=1.000000 start-frame=8000 "
               "end-frame=8000\n");
     ASSERT_EQ(Cli("markers " + Q(out) + " --export " + Q(dir.File("out.txt"))).code, 0);
-    EXPECT_EQ(Slurp(dir.File("out.txt")), labels);
+    EXPECT_EQ(ReadText(dir.File("out.txt")), labels);
 
-    const std::string before = Slurp(out);
+    const std::string before = ReadText(out);
     std::ofstream(dir.File("bad.txt")) << "1\tbad\n";
     EXPECT_EQ(
         Cli("markers " + Q(in) + " --import " + Q(dir.File("bad.txt")) + " --out " + Q(out)).code,
@@ -62,7 +53,7 @@ TEST(MarkersCli, ImportListExportAndRefuseBadLabelFiles) {
                   Q(dir.File("out.flac")))
                   .code,
               2);
-    EXPECT_EQ(Slurp(out), before);
+    EXPECT_EQ(ReadText(out), before);
 }
 
 }  // namespace

@@ -28,13 +28,6 @@ testing::CliResult RunCli(const std::string& prefix, const std::string& args) {
     return testing::RunShell(prefix + " " + OSMERA_CLI + " " + args + " 2>&1");
 }
 
-std::vector<int32_t> ReadFrames(const std::string& path) {
-    LSourceRef s = OpenAudioSource(path);
-    std::vector<int32_t> v(static_cast<size_t>(s->GetLengthSample()) * s->GetChannels());
-    s->Read(v.data(), s->GetLengthSample());
-    return v;
-}
-
 size_t CutFiles(const fs::path& folder) {
     size_t n = 0;
     for (const auto& e : fs::recursive_directory_iterator(folder))
@@ -79,7 +72,7 @@ struct Model {
 
 TEST_F(ScriptTest, TwentyEditsAndEightUndosGiveTheModelsSamples) {
     Model m;
-    m.audio = ReadFrames(dir.File("in dir/tone in.wav"));
+    m.audio = testing::ReadAll(dir.File("in dir/tone in.wav"));
     std::string script = "# twenty edits\nopen \"in dir/tone in.wav\"\n";
     std::mt19937 rng(7);
     auto pick = [&rng](int32_t lo, int32_t hi) {
@@ -157,7 +150,7 @@ TEST_F(ScriptTest, TwentyEditsAndEightUndosGiveTheModelsSamples) {
     ASSERT_EQ(r.code, 0) << r.out;
     EXPECT_NE(r.out.find("frames=" + std::to_string(m.Length()) + " "), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("modified=1 undo=\"Undo "), std::string::npos) << r.out;
-    EXPECT_EQ(ReadFrames(dir.File("out.wav")), m.audio);
+    EXPECT_EQ(testing::ReadAll(dir.File("out.wav")), m.audio);
     EXPECT_EQ(CutFiles(dir.Path() / "work"), 0u);
 }
 
@@ -205,8 +198,8 @@ TEST_F(ScriptTest, TheTemporaryWorkingFolderGoesWithItsCuts) {
     EXPECT_EQ(RunCli("TMPDIR='" + dir.File("tmp") + "'", "run '" + dir.File("s.txt") + "'").code,
               0);
     EXPECT_TRUE(fs::is_empty(dir.Path() / "tmp"));
-    const auto out = ReadFrames(dir.File("out.wav"));
-    EXPECT_EQ(out.size(), 2 * ReadFrames(dir.File("in dir/tone in.wav")).size());
+    const auto out = testing::ReadAll(dir.File("out.wav"));
+    EXPECT_EQ(out.size(), 2 * testing::ReadAll(dir.File("in dir/tone in.wav")).size());
 }
 
 TEST_F(ScriptTest, RunsSharingAWorkDirKeepTheirCutsAndTheUsersFiles) {
@@ -231,8 +224,9 @@ TEST_F(ScriptTest, RunsSharingAWorkDirKeepTheirCutsAndTheUsersFiles) {
                           work + " & " + OSMERA_CLI + " run '" + dir.File("b.txt") + "'" + work +
                           "; b=$?; wait $!; echo \"a=$? b=$b\") 2>&1");
     ASSERT_NE(r.out.find("a=0 b=0"), std::string::npos) << r.out;
-    EXPECT_EQ(ReadFrames(dir.File("a.wav")), ReadFrames(dir.File("in dir/tone in.wav")));
-    EXPECT_EQ(ReadFrames(dir.File("b.wav")), ReadFrames(dir.File("in dir/other.wav")));
+    EXPECT_EQ(testing::ReadAll(dir.File("a.wav")),
+              testing::ReadAll(dir.File("in dir/tone in.wav")));
+    EXPECT_EQ(testing::ReadAll(dir.File("b.wav")), testing::ReadAll(dir.File("in dir/other.wav")));
     // The user's files are as they were, and nothing of the runs is left.
     std::string text;
     std::getline(std::ifstream(dir.File("work/project.aud")), text);
@@ -266,7 +260,8 @@ TEST_F(ScriptTest, AudioThatManyEntriesShareSurvivesTheirRelease) {
     Write("open \"in dir/tone in.wav\"\nselect 0f 1f\nrepeat 70000\nundo\nsave out.wav\n");
     const testing::CliResult r = Go();
     ASSERT_EQ(r.code, 0) << r.out;
-    EXPECT_EQ(ReadFrames(dir.File("out.wav")), ReadFrames(dir.File("in dir/tone in.wav")));
+    EXPECT_EQ(testing::ReadAll(dir.File("out.wav")),
+              testing::ReadAll(dir.File("in dir/tone in.wav")));
 }
 
 }  // namespace

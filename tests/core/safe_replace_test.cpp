@@ -19,13 +19,10 @@
 namespace osmera {
 namespace {
 
+using testing::ReadText;
+
 namespace fs = std::filesystem;
 using testing::TempDir;
-
-std::string Slurp(const std::string& path) {
-    std::ifstream f(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(f), {}};
-}
 
 void Put(const std::string& path, const std::string& text) {
     std::ofstream(path, std::ios::binary) << text;
@@ -60,7 +57,7 @@ TEST(SafeReplace, KeepsModeOwnerAndLinksOfTheReplacedFile) {
         ASSERT_EQ(::chown(file.c_str(), 1234, 5678), 0);
     }
     ASSERT_TRUE(Replace(file, "new"));
-    EXPECT_EQ(Slurp(file), "new");
+    EXPECT_EQ(ReadText(file), "new");
     EXPECT_EQ(Stat(file).st_mode & 07777, 0600u);
     if (::geteuid() == 0) {
         EXPECT_EQ(Stat(file).st_uid, 1234u);
@@ -73,12 +70,12 @@ TEST(SafeReplace, KeepsModeOwnerAndLinksOfTheReplacedFile) {
     fs::create_symlink("real/take.wav", dir.Path() / "link.wav");
     ASSERT_TRUE(Replace(dir.File("link.wav"), "through"));
     EXPECT_TRUE(fs::is_symlink(dir.Path() / "link.wav"));
-    EXPECT_EQ(Slurp(dir.File("real/take.wav")), "through");
+    EXPECT_EQ(ReadText(dir.File("real/take.wav")), "through");
     EXPECT_EQ(CountEntries(dir.Path() / "real"), 1u);  // no temporary left beside it
     // A dangling link creates the file it names.
     fs::create_symlink("real/later.wav", dir.Path() / "dangling.wav");
     ASSERT_TRUE(Replace(dir.File("dangling.wav"), "born"));
-    EXPECT_EQ(Slurp(dir.File("real/later.wav")), "born");
+    EXPECT_EQ(ReadText(dir.File("real/later.wav")), "born");
 
     // A hard-linked file is replaced by the rename: the other name keeps the old data.
     Put(dir.File("a.wav"), "old");
@@ -86,8 +83,8 @@ TEST(SafeReplace, KeepsModeOwnerAndLinksOfTheReplacedFile) {
     int otherLinks = -1;
     ASSERT_TRUE(Replace(dir.File("a.wav"), "new", &otherLinks));
     EXPECT_EQ(otherLinks, 1);
-    EXPECT_EQ(Slurp(dir.File("a.wav")), "new");
-    EXPECT_EQ(Slurp(dir.File("b.wav")), "old");
+    EXPECT_EQ(ReadText(dir.File("a.wav")), "new");
+    EXPECT_EQ(ReadText(dir.File("b.wav")), "old");
 }
 
 TEST(SafeReplace, RefusesFoldersAndFilesThatAreNotRegular) {
@@ -141,7 +138,7 @@ TEST(SafeReplace, RemovesWhatEndedProcessesLeftAndNothingElse) {
     EXPECT_FALSE(fs::exists(dir.File(reused)));
     EXPECT_TRUE(fs::exists(dir.File(live)));
     for (const std::string& name : notOurs)
-        EXPECT_EQ(Slurp(dir.File(name)), "user's") << name;
+        EXPECT_EQ(ReadText(dir.File(name)), "user's") << name;
 }
 
 // Opening a pipe must not wait for a writer. Should it wait, a helper opens the writing

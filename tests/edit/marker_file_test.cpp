@@ -17,6 +17,8 @@
 namespace osmera {
 namespace {
 
+using testing::ReadText;
+
 using testing::CutTankTest;
 using testing::Ramp;
 
@@ -30,11 +32,6 @@ LMarkerList FiveMarkers() {
     m.AddBookmark("Cue", 1500);
     m.AddBookmark("End", 8000);
     return m;
-}
-
-std::string ReadText(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
 }
 
 TEST_F(MarkerFileTest, WavSavedWithMarkersReadsThemBackAndOthersStillReadTheAudio) {

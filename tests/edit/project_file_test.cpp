@@ -29,10 +29,7 @@ class ProjectFileTest : public CutTankTest {
     void WriteFile(const fs::path& path, const std::string& text) {
         std::ofstream(path, std::ios::binary) << text;
     }
-    std::string ReadText(const fs::path& path) {
-        std::ifstream in(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
+    static std::string ReadText(const fs::path& path) { return testing::ReadText(path.string()); }
 
     // Three documents: an edited stereo file with a path, an untitled mono one and an empty
     // one (which needs no data file).

@@ -18,11 +18,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string Bytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
 // Batches inside one process, so that a thread sanitizer build sees the workers share the
 // cut tank, the trace and the script commands' per-thread state.
 class BatchRunnerTest : public testing::CutTankTest {
@@ -57,7 +52,7 @@ TEST_F(BatchRunnerTest, ParallelJobsWriteWhatOneJobWrites) {
     EXPECT_EQ(started.size(), 6u);
     std::vector<std::string> one;
     for (size_t i = 0; i < options.inputs.size(); ++i)
-        one.push_back(Bytes(LBatchRunner::OutputPath(options, i)));
+        one.push_back(testing::ReadText(LBatchRunner::OutputPath(options, i)));
 
     options.outFolder = dir_.File("out3");
     options.jobs = 3;
@@ -69,7 +64,7 @@ TEST_F(BatchRunnerTest, ParallelJobsWriteWhatOneJobWrites) {
         EXPECT_EQ(r.result, kScriptOk)
             << r.input << ": " << (r.messages.empty() ? "" : r.messages[0]);
         EXPECT_GT(one[r.index].size(), 44u);
-        EXPECT_EQ(Bytes(r.output), one[r.index]) << r.output;
+        EXPECT_EQ(testing::ReadText(r.output), one[r.index]) << r.output;
     }
 }
 

@@ -73,5 +73,30 @@ TEST_F(ScriptRunnerTest, LinesGoToTheCallersOutputAndDocuments) {
     EXPECT_EQ(printed_[1].rfind("name=", 0), 0u) << printed_[1];
 }
 
+// The filter, delay, dynamics and pan words run their effects and refuse values out of range.
+TEST_F(ScriptRunnerTest, SignalEffectWordsRunAndRefuseBadValues) {
+    EXPECT_EQ(Run("new 44100 2\n"
+                  "insert-silence-start 1000f\n"
+                  "high-pass 300\n"
+                  "equalizer 3 0 -2.5 0 0 0 0 0 0 6\n"
+                  "equalizer voice\n"
+                  "echo 10 50\n"
+                  "reverb 80 300\n"
+                  "compressor -20 2 -1\n"
+                  "agc\n"
+                  "pan 30\n"),
+              kScriptOk);
+    EXPECT_TRUE(reported_.empty());
+    EXPECT_EQ(settings_.GetInt("StoredValues", "StereoPan", 50), 30);
+    EXPECT_EQ(settings_.GetInt("StoredValues", "CompressorRatio", 0), 2);
+    for (const char* bad :
+         {"echo 3000 50\n", "echo 800 100\n", "reverb 100 20\n", "compressor -20 8 0\n",
+          "pan 101\n", "equalizer 13\n", "equalizer loud\n"}) {
+        reported_.clear();
+        EXPECT_NE(Run(std::string("new 44100 2\n") + bad), kScriptOk) << bad;
+        EXPECT_EQ(reported_.size(), 1u) << bad;
+    }
+}
+
 }  // namespace
 }  // namespace osmera

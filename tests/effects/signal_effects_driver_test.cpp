@@ -1,13 +1,10 @@
 // The filter, delay, dynamics and pan effects run through the effect driver and scripts.
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <memory>
 
 #include "effects/effect_driver.h"
 #include "effects/filter_effects.h"
-#include "effects/script_effect_commands.h"
-#include "effects/script_runner.h"
 #include "tests/edit/edit_test_support.h"
 
 namespace osmera {
@@ -105,55 +102,6 @@ TEST_F(SignalDriverTest, StereoPanRefusesMonoAndEqualizerReadsItsFile) {
                                    std::vector<int32_t>(kEqualizerBands, -120)));
     ASSERT_EQ(Run(LEffectId::kEqualizer, {}, 0, &driver).status, LEffectStatus::kApplied);
     EXPECT_NE(ReadAll(controller_->GetCurrent()->audio), samples_);
-}
-
-class SignalScriptTest : public testing::CutTankTest {
-  protected:
-    int Run(const std::string& text) {
-        const std::string path = dir_.File("fx.osc");
-        std::ofstream(path) << text;
-        LScriptOutput output;
-        output.report = [this](const std::string& line) { reported_.push_back(line); };
-        SetScriptSettings(&settings_);
-        const LScriptCommandTable table = MakeScriptCommandTable();
-        LScriptRunner runner(table, controller_, progress_, output);
-        const int result = runner.Run(path);
-        SetScriptSettings(nullptr);
-        return result;
-    }
-    void TearDown() override {
-        while (controller_.GetCurrent())
-            controller_.CloseDocument(controller_.GetCurrent());
-        CutTankTest::TearDown();
-    }
-    LMemorySettingsStore settings_;
-    LDocumentController controller_{settings_};
-    RecordingProgress progress_;
-    std::vector<std::string> reported_;
-};
-
-TEST_F(SignalScriptTest, WordsRunTheEffectsAndRefuseBadValues) {
-    EXPECT_EQ(Run("new 44100 2\n"
-                  "insert-silence-start 1000f\n"
-                  "high-pass 300\n"
-                  "equalizer 3 0 -2.5 0 0 0 0 0 0 6\n"
-                  "equalizer voice\n"
-                  "echo 10 50\n"
-                  "reverb 80 300\n"
-                  "compressor -20 2 -1\n"
-                  "agc\n"
-                  "pan 30\n"),
-              kScriptOk);
-    EXPECT_TRUE(reported_.empty());
-    EXPECT_EQ(settings_.GetInt("StoredValues", "StereoPan", 50), 30);
-    EXPECT_EQ(settings_.GetInt("StoredValues", "CompressorRatio", 0), 2);
-    for (const char* bad :
-         {"echo 3000 50\n", "echo 800 100\n", "reverb 100 20\n", "compressor -20 8 0\n",
-          "pan 101\n", "equalizer 13\n", "equalizer loud\n"}) {
-        reported_.clear();
-        EXPECT_NE(Run(std::string("new 44100 2\n") + bad), kScriptOk) << bad;
-        EXPECT_EQ(reported_.size(), 1u) << bad;
-    }
 }
 
 }  // namespace

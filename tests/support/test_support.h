@@ -39,6 +39,9 @@ class RecordingProgress : public LProgress {
     int checks_ = 0;
 };
 
+// The whole of a file as bytes in a string ("" when it cannot be read).
+std::string ReadText(const std::string& path);
+
 // A fresh folder under the system's temporary folder, removed with its contents.
 class TempDir {
   public:
