@@ -101,21 +101,6 @@ INSTANTIATE_TEST_SUITE_P(Sources, PlayToFile,
                                            PlayCase{100, 1, 250},    // 20-frame buffers
                                            PlayCase{8000, 1, 800 * 70 + 3}));  // ring wraps
 
-TEST(SoundPlayer, BufferSizeFollowsTheRate) {
-    const std::pair<int32_t, int32_t> cases[] = {
-        {8000, 800}, {44100, 4410}, {96000, 8192}, {100, 20}, {199, 20}};
-    for (auto [rate, frames] : cases) {
-        LQueueDispatcher dispatcher;
-        LSoundPlayer player(&dispatcher);
-        player.SetDeviceOpener(VirtualOutOpener(1.0));
-        EXPECT_EQ(LSoundPlayer::FramesPerBufferFor(rate), frames) << rate;
-        ASSERT_TRUE(
-            player.Start(MakeRef<LSRCSilence>(rate, 1, rate * 60), LSoundPlayer::kStartPaused));
-        EXPECT_EQ(player.GetFramesPerBuffer(), frames) << rate;
-        player.Stop();
-    }
-}
-
 TEST(SoundPlayer, TransitionsCallTheListener) {
     LQueueDispatcher dispatcher;
     Recorder listener;

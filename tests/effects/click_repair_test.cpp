@@ -27,22 +27,6 @@ std::vector<int32_t> Tone(int32_t frames, uint8_t channels, int32_t rate) {
     return s;
 }
 
-TEST(ClickParameters, LagBlockAndSensitivity) {
-    EXPECT_EQ(ClickLag(22050), 1);
-    EXPECT_EQ(ClickLag(44100), 2);
-    EXPECT_EQ(ClickLag(48000), 2);
-    EXPECT_EQ(ClickLag(88200), 3);
-    EXPECT_EQ(ClickBlockFrames(44100), 444);
-    EXPECT_EQ(ClickBlockFrames(48000), 484);
-    const LBiquadCoefficients k = ClickHighPassCoefficients(44100);
-    EXPECT_EQ(k.b0, k.b2);
-    EXPECT_NEAR(k.b1, -2 * k.b0, 1);
-
-    LMemorySettingsStore store;
-    EXPECT_EQ(ReadClickSettings(store).maxClickUs, 150);  // the detector's own default
-    EXPECT_EQ(ReadClickSettings(store).sensitivity, 50);
-}
-
 TEST(ClickParameters, HighSensitivityStillFindsEdgesAndNeverDividesByZero) {
     // A block of small noise with one sharp spike: sensitivity 100 (s = 1) and 95 (jump
     // threshold 0) both find it; a block of zeros finds nothing.

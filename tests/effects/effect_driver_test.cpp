@@ -69,12 +69,6 @@ TEST(EffectTable, ValidationMessagesAndBounds) {
     };
     for (const Case& c : cases)
         EXPECT_EQ(ValidateEffectParams(GetEffectInfo(c.id), c.values), c.message);
-
-    LMemorySettingsStore store;
-    const LEffectInfo& click = GetEffectInfo(LEffectId::kAutoClickPop);
-    EXPECT_EQ(ReadEffectParams(click, store), (std::vector<int32_t>{50, 450}));
-    EXPECT_STREQ(GetEffectInfo(LEffectId::kInsertSilenceEnd).undoTitle, "Edit Silence");
-    EXPECT_EQ(FindEffect("Reverse")->progressTitle, std::string("Reversing Sound"));
 }
 
 TEST_F(DriverTest, AmplifyWithoutSelectionCoversTheFileAndUndoRestoresIt) {
@@ -101,28 +95,6 @@ TEST_F(DriverTest, InvalidValuesAreRefusedWithTheTableMessage) {
     EXPECT_EQ(doc.audio.GetEntries()[0].gain, kUnityGain);
     EXPECT_EQ(settings_.GetInt("StoredValues", "AmplifyGain", 100), 100);
     EXPECT_FALSE(controller_->GetUndoMenuItem().enabled);
-}
-
-TEST_F(DriverTest, PumpedEffectsUndoExactlyAndCancelLeavesTheDocument) {
-    std::vector<int32_t> samples;
-    for (int32_t i = 0; i < 30000; ++i)
-        samples.push_back((i * 91) % 20000 - 9000);
-    LOMFile& doc = Open(samples, 1);
-    doc.SetSelection(1000, 29000);
-    for (LEffectId id : {LEffectId::kReverse, LEffectId::kFadeIn, LEffectId::kDcOffset,
-                         LEffectId::kFadeOut, LEffectId::kAutoClickPop}) {
-        const auto entries = doc.audio.GetEntries();
-        EXPECT_EQ(Run(id).status, LEffectStatus::kApplied);
-        controller_->CmUndo();
-        EXPECT_EQ(doc.audio.GetEntries(), entries);
-        EXPECT_EQ(ReadAll(doc.audio), samples);
-    }
-    const auto entries = doc.audio.GetEntries();
-    progress_ = RecordingProgress(2);
-    const LEffectResult r = Run(LEffectId::kReverse);
-    EXPECT_EQ(r.status, LEffectStatus::kJobCancelled);
-    EXPECT_EQ(doc.audio.GetEntries(), entries);
-    EXPECT_EQ(controller_->GetUndoMenuItem().text, "Undo Reverse\tCtrl+Z");
 }
 
 TEST_F(DriverTest, PlaybackStartsOneSecondBeforeTheChange) {

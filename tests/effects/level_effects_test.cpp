@@ -145,30 +145,6 @@ TEST_F(LevelTest, DcOffsetRefusesUnlikeFormats) {
     EXPECT_TRUE(mono->samples.empty());
 }
 
-TEST_F(LevelTest, CancelledRunsLeaveTheListBitForBit) {
-    std::vector<int32_t> samples;
-    for (int32_t i = 0; i < 40000; ++i)
-        samples.push_back((i * 37) % 9000 - 4000);
-    LCutListAudio list = Written(samples, 1);
-    const auto entries = list.GetEntries();
-    using Run = int (*)(LProgress&, const LEffectRequest&);
-    const Run runs[] = {
-        [](LProgress& p, const LEffectRequest& r) { return Normalize(p, r); },
-        [](LProgress& p, const LEffectRequest& r) {
-            return Envelope(p, r, FadeOutPoints(), "Fade Out");
-        },
-        [](LProgress& p, const LEffectRequest& r) { return DcOffset(p, r); },
-    };
-    for (Run run : runs) {
-        RecordingProgress progress(3);  // cancels in the middle
-        LEffectRequest request{&list, 40000, 0, {100}};
-        EXPECT_EQ(run(progress, request), kJobCancelled);
-        EXPECT_EQ(list.GetEntries(), entries);
-        EXPECT_EQ(ReadAll(list), samples);
-    }
-    EXPECT_EQ(Tank().GetCutsInUse(), 1u);  // the cancelled outputs are gone
-}
-
 TEST_F(LevelTest, PointListFileRoundTripsAndRefusesShortFiles) {
     const std::string path = dir_.File("envelope.dat");
     const LPointList points = {{0, 10}, {100, 200}, {255, 128}};

@@ -41,32 +41,6 @@ class SignalDriverTest : public testing::CutTankTest {
         std::make_unique<LDocumentController>(settings_);
 };
 
-const LEffectId kEffects[] = {LEffectId::kHighPassFilter, LEffectId::kEqualizer,
-                              LEffectId::kEcho,           LEffectId::kReverb,
-                              LEffectId::kCompressor,     LEffectId::kAutomaticGainControl,
-                              LEffectId::kStereoPan};
-
-TEST_F(SignalDriverTest, CancelledHalfWayLeavesTheDocumentAndDoneRunsUndo) {
-    LOMFile& doc = Open(100000, 2);
-    doc.SetSelection(10000, 90000);  // ten blocks
-    const auto entries = doc.audio.GetEntries();
-    for (LEffectId id : kEffects) {
-        const std::string name = GetEffectInfo(id).command;
-        const LEffectResult r = Run(id, {}, 5);
-        EXPECT_EQ(r.status, LEffectStatus::kJobCancelled) << name;
-        EXPECT_EQ(doc.audio.GetEntries(), entries) << name;
-        EXPECT_EQ(progress_.lines[0], *GetEffectInfo(id).progressTitle
-                                          ? GetEffectInfo(id).progressTitle
-                                          : GetEffectInfo(id).command);
-        doc.SetSelection(10000, 90000);
-        EXPECT_EQ(Run(id).status, LEffectStatus::kApplied) << name;
-        controller_->CmUndo();
-        EXPECT_EQ(doc.audio.GetEntries(), entries) << name;
-        doc.SetSelection(10000, 90000);
-    }
-    EXPECT_EQ(ReadAll(doc.audio), samples_);
-}
-
 TEST_F(SignalDriverTest, EchoTailLengthensTheRangeAndStopsAtTheFollowingAudio) {
     LOMFile& doc = Open(44100, 1);
     doc.SetSelection(0, 4410);

@@ -77,14 +77,6 @@ TEST_F(TimeTest, FadeOutAndTrimDropsWhatFollows) {
     EXPECT_LE(out[1999], 8);
 }
 
-TEST_F(TimeTest, DecibelFactorsAreExactAtTheirAnchors) {
-    EXPECT_EQ(DecibelFactor(0), 16777216);
-    EXPECT_EQ(DecibelFactor(-20), 1677722);
-    EXPECT_EQ(DecibelFactor(20), 167772160);
-    EXPECT_EQ(DecibelFactor(-500), DecibelFactor(-127));
-    EXPECT_GT(DecibelFactor(127), int64_t{1} << 40);  // 64-bit: no wrap
-}
-
 TEST_F(TimeTest, AutoTrimCutsQuietEndsFromTheGraphs) {
     // 10 quiet blocks, 20 loud blocks, 10 quiet blocks, over two cuts, one with a gain.
     std::vector<int32_t> samples;
