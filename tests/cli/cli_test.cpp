@@ -190,10 +190,6 @@ TEST_F(CliTest, LongShortAndManyChannelFilesAreToldNeverCutSilently) {
     r = CliBoth("convert " + Q(six) + " " + Q(dir.File("six2.wav")) + " --pair 2");
     EXPECT_TRUE(Has(r, "channels 3 and 4 of 6 opened as stereo")) << r.out;
     EXPECT_EQ(CliBoth("convert " + Q(six) + " " + Q(out) + " --pair 4").code, 1);
-    std::ofstream(dir.File("six.txt")) << "open six.wav\n";
-    r = CliBoth("run " + Q(dir.File("six.txt")));
-    EXPECT_EQ(r.code, 0);
-    EXPECT_TRUE(Has(r, mixed)) << r.out;
     EXPECT_EQ(ReadText(out), "precious");
 }
 

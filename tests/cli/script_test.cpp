@@ -190,18 +190,6 @@ TEST_F(ScriptTest, BadLinesStopWithTheirNumberAndNoOutput) {
     }
 }
 
-TEST_F(ScriptTest, TheTemporaryWorkingFolderGoesWithItsCuts) {
-    Write("open \"in dir/tone in.wav\"\nselect-all\ncopy\npaste\nsave out.wav --bits 24\nbad\n");
-    EXPECT_NE(RunCli("TMPDIR='" + dir.File("tmp") + "'", "run '" + dir.File("s.txt") + "'").code,
-              0);
-    Write("open \"in dir/tone in.wav\"\nselect-all\ncopy\npaste\nsave out.wav --bits 24\n");
-    EXPECT_EQ(RunCli("TMPDIR='" + dir.File("tmp") + "'", "run '" + dir.File("s.txt") + "'").code,
-              0);
-    EXPECT_TRUE(fs::is_empty(dir.Path() / "tmp"));
-    const auto out = testing::ReadAll(dir.File("out.wav"));
-    EXPECT_EQ(out.size(), 2 * testing::ReadAll(dir.File("in dir/tone in.wav")).size());
-}
-
 TEST_F(ScriptTest, RunsSharingAWorkDirKeepTheirCutsAndTheUsersFiles) {
     std::ofstream(dir.File("work/project.aud")) << "mine";
     std::ofstream(dir.File("work/0.aud")) << "mine too";

@@ -73,22 +73,6 @@ TEST(MatchFormat, ConvertsOnlyWhatDiffers) {
     EXPECT_EQ(ConvertChannels(failed, 2).Get(), failed.Get());
 }
 
-TEST(MatchFormat, ReducesChannelsBeforeAndAddsThemAfterTheRate) {
-    // Stereo 48000 to mono 44100: the rate converter reads the mono converter.
-    LSourceRef down = MatchFormat(Frames(100, 2, 48000), 44100, 1);
-    auto* rate = dynamic_cast<LSRCConvertRate*>(down.Get());
-    ASSERT_NE(rate, nullptr);
-    EXPECT_NE(dynamic_cast<LSPConvChannels2To1*>(rate->Inner().Get()), nullptr);
-    EXPECT_EQ(down->GetChannels(), 1);
-
-    // Mono 44100 to stereo 48000: the stereo converter reads the rate converter.
-    LSourceRef up = MatchFormat(Frames(100, 1), 48000, 2);
-    auto* stereo = dynamic_cast<LSPConvChannels1To2*>(up.Get());
-    ASSERT_NE(stereo, nullptr);
-    EXPECT_NE(dynamic_cast<LSRCConvertRate*>(stereo->Inner().Get()), nullptr);
-    EXPECT_EQ(up->GetSampleRate(), 48000);
-}
-
 TEST(MatchFormat, LargeReductionsRunInTwoStages) {
     struct Case {
         int32_t in, out;
@@ -110,8 +94,6 @@ TEST(MatchFormat, LargeReductionsRunInTwoStages) {
         if (first == nullptr)
             continue;
         EXPECT_EQ(first->GetSampleRate(), c.firstRate);
-        EXPECT_DOUBLE_EQ(first->Filter().Cutoff(), double(c.firstRate) / c.in - 0.09375);
-        EXPECT_DOUBLE_EQ(last->Filter().Cutoff(), 0.5 - 0.046875);
     }
 }
 

@@ -72,14 +72,6 @@ TEST(Pump, BlockHookSeesAndChangesEveryWrittenBlock) {
     }
 }
 
-TEST(Pump, WholeRunProgressMovesPerBlock) {
-    auto sink = MakeRef<CollectSink>(44100, 1);
-    RecordingProgress progress;
-    LPRSourceToSink(Ramp(3 * 8192 + 5), sink, &progress).Process();
-    EXPECT_EQ(progress.fractions,
-              (std::vector<double>{0.0, 8192.0 / 24581, 16384.0 / 24581, 24576.0 / 24581}));
-}
-
 TEST(Pump, CancelBetweenBlocksKeepsWhatWasWritten) {
     auto sink = MakeRef<CollectSink>(44100, 1);
     RecordingProgress beforeFirst(1);

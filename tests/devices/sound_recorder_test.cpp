@@ -83,14 +83,6 @@ size_t Count(const LTraceCapture& trace, const std::string& words) {
 }
 
 TEST(SoundRecorder, LevelsDcFilterAndBufferFigures) {
-    EXPECT_EQ(RecorderLevelOfPeak(524288), 12);
-    EXPECT_EQ(RecorderLevelOfPeak(131072), 0);
-    EXPECT_EQ(RecorderLevelOfPeak(0), -127);
-    EXPECT_EQ(RecorderLevelOfPeak(1), -102);
-    const std::pair<int32_t, int32_t> rates[] = {{44100, 5}, {8000, 25}, {96000, 3}, {0, 1}};
-    for (auto [rate, m] : rates)
-        EXPECT_EQ(LSoundRecorder::DcMultiplier(rate), m) << rate;
-
     // Stereo display level is the louder of the two channels.
     const int32_t frames[] = {524288, 1000, -524288, -131072};
     int8_t levels[2];

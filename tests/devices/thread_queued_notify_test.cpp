@@ -63,32 +63,6 @@ TEST(ThreadQueuedNotify, TextPostsCoalesceAndHandlerFindsTheNewest) {
     EXPECT_TRUE(trace.Contains("LThreadQueuedNotifyText::SetText bad slot"));
 }
 
-TEST(ThreadQueuedNotify, PositionPostsOnlyChangesAboveFourHundredths) {
-    LQueueDispatcher gui;
-    int calls = 0;
-    LThreadQueuedNotifyPosition notify([&] { ++calls; }, &gui);
-    struct Step {
-        double value;
-        bool posts;
-    };
-    const Step steps[] = {
-        {0.03, false},  {0.04, false},               // exactly 0.04 from the first 0 is dropped
-        {0.05, true},   {0.08, false}, {0.0, true},  // a jump back of 0.05 posts
-        {-0.04, false}, {-0.05, true}, {1.0, true}, {1.03, false},
-    };
-    double last = 0.0;
-    for (const auto& s : steps) {
-        SCOPED_TRACE(s.value);
-        int before = calls;
-        notify.SetPosition(s.value);
-        gui.Pump();
-        EXPECT_EQ(calls - before, s.posts ? 1 : 0);
-        if (s.posts)
-            last = s.value;
-        EXPECT_EQ(notify.Position(), last);
-    }
-}
-
 TEST(ThreadQueuedNotify, QueuedCallOutlivingTheNotifierDoesNothing) {
     LQueueDispatcher gui;
     int calls = 0;
