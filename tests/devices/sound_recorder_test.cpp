@@ -96,21 +96,6 @@ TEST(SoundRecorder, LevelsDcFilterAndBufferFigures) {
     EXPECT_EQ(constant.back(), 0);
 }
 
-TEST(PlayerLevels, MeanSquareFigures) {
-    std::vector<int32_t> silence(100, 0), full(100), mid(100);
-    for (size_t i = 0; i < 100; ++i) {
-        full[i] = i % 2 ? 524288 : -524288;
-        mid[i] = i % 2 ? 92682 : -92682;
-    }
-    LChannelLevels l;
-    ComputePlayerLevels(silence.data(), 100, 1, &l);
-    EXPECT_EQ(l.level[0], -127);
-    ComputePlayerLevels(full.data(), 100, 1, &l);
-    EXPECT_EQ(l.level[0], 15);
-    ComputePlayerLevels(mid.data(), 100, 1, &l);
-    EXPECT_EQ(l.level[0], 0);
-}
-
 TEST(SoundRecorder, VoiceActivatedStartAndStopKeepLeadInAndHangTail) {
     // Burst 1 begins in the first half of buffer 5 (lead-in: second half of buffer 4);
     // burst 2 begins in the second half of buffer 50 (no lead-in).
