@@ -14,6 +14,8 @@ packages=(
   ffmpeg flac lame vorbis-tools opus-tools
   libtag1-dev libfftw3-dev librubberband-dev libebur128-dev libpng-dev
   clang libclang-rt-dev clang-format
+  # sending by mail and upload (libcurl, libsecret) and the loopback servers of its tests
+  libcurl4-openssl-dev libsecret-1-dev python3-aiosmtpd python3-pyftpdlib openssl
 )
 
 missing=()
