@@ -80,6 +80,20 @@ const Command kCommands[] = {
      "      --export writes them to a label file (start TAB end TAB name, seconds, one a\n"
      "      line; a bookmark has start = end). --import adds a label file's markers\n"
      "      (--replace: instead of FILE's) and writes FILE's audio with them to OUT.wav.\n"},
+    {"send", osmera::cli::RunSend,
+     "send FILE --smtp URL --to ADDR [--cc ADDR] [--from ADDR] [--subject TEXT]\n"
+     "           [--message TEXT] [--user U] [--plain] [--format NAME] [--ca-file FILE]\n"
+     "           [--timeout S]\n"
+     "      Mails FILE as an attachment (encoded as --format NAME when given, with the\n"
+     "      writer options of convert). smtp://host:587 uses STARTTLS (--plain: no\n"
+     "      encryption), smtps://host:465 TLS; addresses may be comma separated.\n"
+     "      The password comes from OSMERA_PASSWORD, else it is asked on the terminal.\n"},
+    {"upload", osmera::cli::RunUpload,
+     "upload FILE URL [--user U] [--create-dirs] [--resume] [--require-tls] [--name NAME]\n"
+     "             [--format NAME] [--ca-file FILE] [--timeout S]\n"
+     "      Puts FILE on an ftp://, ftps:// or sftp:// server; a URL ending in '/' names\n"
+     "      the folder. --create-dirs makes missing folders, --resume goes on with a\n"
+     "      broken upload. The password as for send.\n"},
 };
 
 void PrintUsage(FILE* to) {
