@@ -5,14 +5,10 @@
 
 namespace osmera {
 
-// CD tracks, sending, plug-in effects and text to speech.
+// CD tracks, plug-in effects and text to speech.
 
 void MainDialog::CmLoadCdTracks() {
     NotAvailable(kIdLoadCdTracks);
-}
-
-void MainDialog::CmSend() {
-    NotAvailable(kIdSend);
 }
 
 void MainDialog::CmPluginEffects() {
