@@ -170,6 +170,11 @@ LTransferOutcome LCurlTransfer::Perform(const std::string& what) {
 std::string LCurlTransfer::Explain() const {
     const std::string detail = errorBuffer_[0] ? errorBuffer_ : curl_easy_strerror(code_);
     const std::string host = HostOf(url_);
+    // Whatever step it came at, this reply means the size: 552 in SMTP (RFC 5321), and
+    // "exceeded storage allocation" in FTP.
+    if (lastError_.rfind("552", 0) == 0)
+        return url_.rfind("smtp", 0) == 0 ? "the message is too large for " + host
+                                          : "the server has no room for the file";
     switch (code_) {
         case CURLE_OPERATION_TIMEDOUT:
             if (lastReply_.empty())

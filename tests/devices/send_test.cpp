@@ -162,6 +162,8 @@ INSTANTIATE_TEST_SUITE_P(
                       FailureCase{
                           "RefusedRecipient", "starttls", "s3cret", "who@nowhere.test",
                           "refused the recipient (the server said: 550 5.1.1 <who@nowhere.test>"},
+                      FailureCase{"TooLarge", "small", "", "you@example.org",
+                                  "the message is too large for 127.0.0.1"},
                       FailureCase{"ClosedMidTransfer", "smtp-drop", "", "you@example.org",
                                   "Sending failed: the connection to 127.0.0.1"},
                       FailureCase{"NeverAnswers", "silent", "", "you@example.org",
