@@ -176,7 +176,7 @@ void LOMSendDialog::Open(const LCutListAudio& audio, int32_t selStart, int32_t s
         const bool hasSelection = selEnd > selStart;
         selection_->setEnabled(hasSelection);
         (hasSelection ? selection_ : whole_)->setChecked(true);
-        if (subject_->text().isEmpty() || subject_->isModified() == false)
+        if (!subject_->isModified())
             subject_->setText(Q(baseName));
         outcome_->clear();
         bar_->setValue(0);
@@ -325,6 +325,12 @@ void LOMSendDialog::closeEvent(QCloseEvent* event) {
         return;
     }
     QDialog::closeEvent(event);
+}
+
+void LOMSendDialog::hideEvent(QHideEvent* event) {
+    if (!IsSending())
+        audio_ = LCutListAudio();
+    QDialog::hideEvent(event);
 }
 
 void LOMSendDialog::SetBusy(bool busy) {

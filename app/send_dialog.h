@@ -75,6 +75,8 @@ class LOMSendDialog : public QDialog {
 
   protected:
     void closeEvent(QCloseEvent* event) override;
+    // Drops the copy of the audio so that its cuts do not outlive the document's need.
+    void hideEvent(QHideEvent* event) override;
 
   private:
     void UpdateSize();
