@@ -32,7 +32,7 @@ class SendCliTest : public ::testing::Test {
     std::string in;
 };
 
-TEST_F(SendCliTest, SendEncodesMailsAndCleansUp) {
+TEST_F(SendCliTest, SendEncodesAndMailsUploadPutsTheFileInNewFolders) {
     const std::string url = servers.Url("smtp", "starttls");
     const auto sent =
         Run("s3cret", "send " + Q(in) + " --smtp " + url + " --to 'a@example.org, b@example.org'" +
@@ -55,9 +55,7 @@ TEST_F(SendCliTest, SendEncodesMailsAndCleansUp) {
         << refused.out;
     EXPECT_EQ(Run("", "send " + Q(in) + " --to a@example.org").code, 2);
     EXPECT_EQ(RunShell("ls " + Q(dir.Path().string()) + " | grep -c osmera-send").out, "0\n");
-}
 
-TEST_F(SendCliTest, UploadPutsTheFileInNewFolders) {
     const auto up = Run("s3cret", "upload " + Q(in) + " " + servers.Url("ftp", "ftp", "/cli/new/") +
                                       " --user sam --create-dirs");
     ASSERT_EQ(up.code, 0) << up.out;
