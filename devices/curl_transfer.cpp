@@ -157,7 +157,7 @@ LTransferOutcome LCurlTransfer::Perform(const std::string& what) {
            errorBuffer_);
     if (code_ == CURLE_ABORTED_BY_CALLBACK) {
         out.result = kJobCancelled;
-        out.message = what + ": cancelled";
+        out.message = "Cancelled.";
         return out;
     }
     out.result = kJobFailed;

@@ -49,7 +49,8 @@ class LCurlTransfer {
     // Reports bytes sent as `base` + sent out of `total` (0: the transfer's own total).
     void SetProgress(LProgress* progress, int64_t base = 0, int64_t total = 0);
 
-    // Runs the transfer. On failure `what` begins the message ("Sending failed").
+    // Runs the transfer. On failure `what` begins the message ("Sending failed"); a cancel
+    // says "Cancelled.".
     LTransferOutcome Perform(const std::string& what);
     // The curl result of the last Perform.
     CURLcode Code() const { return code_; }

@@ -82,6 +82,18 @@ TEST_F(SendDialogTest, MailsTheSelectionAndUploadsTheWholeFile) {
     EXPECT_TRUE(dialog->OutcomeText().startsWith("Uploaded ftp://"))
         << dialog->OutcomeText().toStdString();
     EXPECT_EQ(testing::ReadAll(servers.ftpRoot.File("gui/takes/take.wav")).size(), 8000u);
+    // Cancel stops a send that is waiting on a server that never answers.
+    dialog->UploadServer()->setText(QString::fromStdString(servers.Url("ftp", "silent")));
+    dialog->CmSend();
+    for (int i = 0; i < 20; ++i) {
+        QCoreApplication::processEvents();
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    const auto start = std::chrono::steady_clock::now();
+    dialog->CmCancel();
+    Wait(*dialog);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
+    EXPECT_EQ(dialog->OutcomeText(), "Cancelled.");
     // The password went nowhere but the keyring.
     EXPECT_EQ(settings.GetText("Send", "UploadUser", ""), "sam");
     for (const char* key : {"SmtpPassword", "UploadPassword", "Password"})
