@@ -364,6 +364,7 @@ void LOMSendDialog::Finish() {
         bar_->setValue(0);
         return;
     }
+    bar_->setValue(1000);
     if (jobKind_ == LSendJob::Kind::kDesktopMail) {
         QStringList args;
         if (!subject_->text().isEmpty())
