@@ -68,7 +68,7 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName(QStringLiteral("Osmera"));
     QApplication::setApplicationDisplayName(QStringLiteral("Osmera"));
     QApplication::setApplicationVersion(QStringLiteral(OSMERA_VERSION));
-    QApplication::setDesktopFileName(QStringLiteral("osmera"));
+    QApplication::setDesktopFileName(QStringLiteral("com.quillon.Osmera"));
     QApplication::setWindowIcon(ProgramIcon());
 
     LSingleInstance instance;

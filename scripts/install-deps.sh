@@ -14,6 +14,8 @@ packages=(
   ffmpeg flac lame vorbis-tools opus-tools
   libtag1-dev libfftw3-dev librubberband-dev libebur128-dev libpng-dev
   clang libclang-rt-dev clang-format
+  # Building and checking the Debian package (make package, make test-package)
+  lintian desktop-file-utils appstream dpkg-dev fakeroot
 )
 
 missing=()
