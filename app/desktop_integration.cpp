@@ -133,6 +133,14 @@ QString RunningProgramPath() {
 
 }  // namespace
 
+QIcon DesktopIcon() {
+    InitDesktopResources();
+    QIcon icon;
+    for (int size : kIconSizes)
+        icon.addFile(QStringLiteral(":/desktop/icons/%1x%1.png").arg(size), QSize(size, size));
+    return icon;
+}
+
 LDesktopIntegrationResult InstallForUser() {
     const QString program = RunningProgramPath();
     return InstallDesktopIntegration(program, QString::fromStdString(UserAppDataFolder()),

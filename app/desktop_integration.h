@@ -16,6 +16,7 @@
 // Threads: any thread, one call at a time (plain file operations and child processes).
 // Needs no display.
 
+#include <QIcon>
 #include <QString>
 
 namespace osmera {
@@ -38,6 +39,9 @@ LDesktopIntegrationResult InstallDesktopIntegration(const QString& programPath,
 
 // Removes what InstallDesktopIntegration wrote under `dataHome`.
 LDesktopIntegrationResult UninstallDesktopIntegration(const QString& dataHome);
+
+// The program's icon as the desktop shows it, in the hicolor theme's sizes. GUI thread.
+QIcon DesktopIcon();
 
 // The two above for the program that runs and the user's data folder (UserAppDataFolder).
 LDesktopIntegrationResult InstallForUser();
