@@ -70,12 +70,12 @@ test-fuzz: deps
 	fuzz/run.sh $(FUZZ_BUILD) $(FUZZ_SECONDS)
 
 # The Debian package, $(PACKAGE_BUILD)/osmera_VERSION-1_ARCH.deb: a Release build of the two
-# programs alone, with Debian's hardening flags.
+# programs alone with Debian's flags (-O2 and hardening; Release's own -O3 is left out).
 PACKAGE_BUILD ?= build-package
 package: deps
 	export DEB_BUILD_MAINT_OPTIONS=hardening=+all; \
 	cmake -S . -B $(PACKAGE_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release \
-	  -DOSMERA_BUILD_TESTS=OFF -DOSMERA_BUILD_BENCH=OFF \
+	  -DOSMERA_BUILD_TESTS=OFF -DOSMERA_BUILD_BENCH=OFF -DCMAKE_CXX_FLAGS_RELEASE=-DNDEBUG \
 	  -DCMAKE_CXX_FLAGS="$$(dpkg-buildflags --get CPPFLAGS) $$(dpkg-buildflags --get CXXFLAGS)" \
 	  -DCMAKE_EXE_LINKER_FLAGS="$$(dpkg-buildflags --get LDFLAGS)"
 	cmake --build $(PACKAGE_BUILD) -j $(JOBS)
