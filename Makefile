@@ -6,7 +6,8 @@ ASAN_BUILD ?= build-asan
 JOBS       ?= $(shell nproc)
 CMAKE_GEN  := -G Ninja
 
-.PHONY: run test deps build test-format test-plain test-asan test-tsan test-fuzz bench format clean
+.PHONY: run test deps build test-format test-plain test-asan test-tsan test-fuzz bench format clean \
+  package test-package
 
 deps:
 	@scripts/install-deps.sh
@@ -28,7 +29,7 @@ run: deps $(BUILD)/build.ninja
 	fi
 
 # The plain suite runs last so that its summary closes the output.
-test: test-format test-tsan test-asan test-fuzz test-plain
+test: test-format test-tsan test-asan test-fuzz test-package test-plain
 
 # Every source file as clang-format (.clang-format) writes it; `make format` fixes them.
 test-format: deps
@@ -68,6 +69,24 @@ test-fuzz: deps
 	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target $(FUZZ_TARGETS)
 	fuzz/run.sh $(FUZZ_BUILD) $(FUZZ_SECONDS)
 
+# The Debian package, $(PACKAGE_BUILD)/osmera_VERSION-1_ARCH.deb: a Release build of the two
+# programs alone with Debian's flags (-O2 and hardening; Release's own -O3 is left out).
+PACKAGE_BUILD ?= build-package
+package: deps
+	export DEB_BUILD_MAINT_OPTIONS=hardening=+all; \
+	cmake -S . -B $(PACKAGE_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release \
+	  -DOSMERA_BUILD_TESTS=OFF -DOSMERA_BUILD_BENCH=OFF -DCMAKE_CXX_FLAGS_RELEASE=-DNDEBUG \
+	  -DCMAKE_CXX_FLAGS="$$(dpkg-buildflags --get CPPFLAGS) $$(dpkg-buildflags --get CXXFLAGS)" \
+	  -DCMAKE_EXE_LINKER_FLAGS="$$(dpkg-buildflags --get LDFLAGS)"
+	cmake --build $(PACKAGE_BUILD) -j $(JOBS)
+	cd $(PACKAGE_BUILD) && cpack -G DEB
+
+# The packaging checked on the plain build (no second build): scripts/check-package.sh
+# packs it, runs lintian and the desktop and AppStream validators, installs the package into
+# a throw-away root, runs both programs from there and removes it again.
+test-package: build
+	scripts/check-package.sh $(BUILD)
+
 bench: build
 	bench/compare.sh
 
@@ -75,4 +94,4 @@ format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) build-tsan $(FUZZ_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) build-tsan $(FUZZ_BUILD) $(PACKAGE_BUILD)

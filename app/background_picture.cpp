@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "app/desktop_integration.h"
+
 namespace osmera {
 
 namespace {
@@ -65,26 +67,7 @@ const QPixmap& BackgroundPicture() {
 }
 
 QIcon ProgramIcon() {
-    QIcon icon;
-    for (int size : {16, 32, 64}) {
-        QPixmap pixmap(size, size);
-        pixmap.fill(Qt::transparent);
-        QPainter p(&pixmap);
-        p.setRenderHint(QPainter::Antialiasing);
-        p.setPen(Qt::NoPen);
-        p.setBrush(QColor(40, 52, 72));
-        p.drawRoundedRect(QRectF(0, 0, size, size), size / 5.0, size / 5.0);
-        p.setPen(
-            QPen(QColor(90, 200, 220), std::max(1.0, size / 16.0), Qt::SolidLine, Qt::RoundCap));
-        const double heights[] = {0.15, 0.3, 0.5, 0.35, 0.2, 0.42, 0.25};
-        for (int k = 0; k < 7; ++k) {
-            const double x = size * (0.2 + 0.1 * k);
-            const double h = size * heights[k] * 0.9;
-            p.drawLine(QPointF(x, size / 2.0 - h), QPointF(x, size / 2.0 + h));
-        }
-        icon.addPixmap(pixmap);
-    }
-    return icon;
+    return DesktopIcon();
 }
 
 QPoint BackgroundOrigin(int width, int height) {

@@ -15,7 +15,7 @@ inline constexpr int kBackgroundHeight = 218;
 // The picture, made once and kept for the run.
 const QPixmap& BackgroundPicture();
 
-// The program's icon: a small waveform badge in the picture's colours.
+// The program's icon: the one the desktop entry names (app/desktop_integration.h).
 QIcon ProgramIcon();
 
 // Where the picture's top-left corner goes in an area of `width` by `height`: centred,

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "app/background_picture.h"
+#include "app/desktop_integration.h"
 #include "app/main_dialog.h"
 #include "app/mdi_main_window.h"
 #include "app/run_arguments.h"
@@ -56,6 +57,15 @@ int main(int argc, char** argv) {
         std::printf("osmera %s\n", OSMERA_VERSION);
         return 0;
     }
+    // Installing into the user's desktop needs no display: "--install" and "--uninstall"
+    // run here and end, "/install" too when there is no display for the editor.
+    if (arguments.uninstall || (arguments.install && (arguments.installNow || !HasDisplay()))) {
+        const LDesktopIntegrationResult result =
+            arguments.uninstall ? UninstallForUser() : InstallForUser();
+        std::fprintf(result.ok ? stdout : stderr, "osmera: %s\n",
+                     result.message.toLocal8Bit().constData());
+        return result.ok ? 0 : 1;
+    }
     if (!HasDisplay()) {
         std::fprintf(stderr,
                      "osmera: no display to show the editor on; osmera-cli does the "
@@ -68,7 +78,7 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName(QStringLiteral("Osmera"));
     QApplication::setApplicationDisplayName(QStringLiteral("Osmera"));
     QApplication::setApplicationVersion(QStringLiteral(OSMERA_VERSION));
-    QApplication::setDesktopFileName(QStringLiteral("osmera"));
+    QApplication::setDesktopFileName(QStringLiteral("com.quillon.Osmera"));
     QApplication::setWindowIcon(ProgramIcon());
 
     LSingleInstance instance;

@@ -9,6 +9,7 @@
 #include <algorithm>
 
 #include "app/command_menus.h"
+#include "app/desktop_integration.h"
 #include "app/document_sub_window.h"
 #include "app/editor_transport.h"
 #include "app/key_macro_runner.h"
@@ -320,8 +321,15 @@ bool MainDialog::EvRunArguments(const LRunArguments& arguments) {
     if (!arguments.batchScript.isEmpty())
         RunBatchScript(arguments.batchScript);
     if (arguments.install) {
-        // The installer is not part of this program: finishing it has nothing to do.
-        QTimer::singleShot(500, this, []() { LTrace("MainDialog::EvRunArguments install"); });
+        // Finishing the installation: the desktop entry, icon and file types for this user.
+        QTimer::singleShot(500, this, [this]() {
+            LTrace("MainDialog::EvRunArguments install");
+            const LDesktopIntegrationResult result = InstallForUser();
+            if (result.ok)
+                frame_.statusBar()->showMessage(result.message, 10000);
+            else
+                prompts_.Warn(QStringLiteral("Osmera"), result.message);
+        });
     }
     return !firstFile;
 }

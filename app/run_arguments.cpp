@@ -19,6 +19,12 @@ LRunArguments ParseRunArguments(const QStringList& arguments) {
         } else if (argument == QLatin1String("/install")) {
             parsed.install = true;
             break;
+        } else if (argument == QLatin1String("--install")) {
+            parsed.install = parsed.installNow = true;
+            break;
+        } else if (argument == QLatin1String("--uninstall")) {
+            parsed.uninstall = true;
+            break;
         } else if (argument == QLatin1String("-runedit")) {
             parsed.runEdit = true;
         } else if (!QFileInfo(argument).suffix().isEmpty() &&
@@ -39,7 +45,10 @@ QString RunArgumentsHelp() {
         "\n"
         "  -batch SCRIPT   run SCRIPT in the batch converter of the (running) editor\n"
         "  -runedit        edit a file for another program (no splash window)\n"
-        "  /install        finish the installation\n"
+        "  /install        finish the installation: as --install, in the editor\n"
+        "  --install       add this copy of the program to the desktop's menus and file\n"
+        "                  associations for the current user (under ~/.local/share)\n"
+        "  --uninstall     remove what --install added\n"
         "  NAME.omp        load a project\n"
         "  --help          show this text\n"
         "  --version       show the version\n"

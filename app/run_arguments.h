@@ -2,6 +2,8 @@
 // The editor's run arguments, read left to right:
 //   -batch SCRIPT   run SCRIPT through the batch converter; nothing after it is looked at
 //   /install        finish installing (after 500 ms); nothing after it is looked at
+//   --install       install into the user's desktop now, without the editor; likewise
+//   --uninstall     remove that again
 //   -runedit        this run edits a file for another program (no splash with a file)
 //   NAME.omp        load a project
 //   any other       open as an audio file
@@ -19,6 +21,8 @@ struct LRunArguments {
     bool version = false;
     QString batchScript;  // "" for none
     bool install = false;
+    bool installNow = false;  // "--install": also sets `install`
+    bool uninstall = false;
     bool runEdit = false;
     QStringList projects;
     QStringList files;

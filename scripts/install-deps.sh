@@ -16,6 +16,8 @@ packages=(
   clang libclang-rt-dev clang-format
   # sending by mail and upload (libcurl, libsecret) and the loopback servers of its tests
   libcurl4-openssl-dev libsecret-1-dev python3-aiosmtpd python3-pyftpdlib openssl
+  # Building and checking the Debian package (make package, make test-package)
+  lintian desktop-file-utils appstream dpkg-dev fakeroot
 )
 
 missing=()
