@@ -14,6 +14,8 @@ packages=(
   ffmpeg flac lame vorbis-tools opus-tools
   libtag1-dev libfftw3-dev librubberband-dev libebur128-dev libpng-dev
   clang libclang-rt-dev clang-format
+  # Audio CDs: reading, ripping, disc ids, lookup, ISO images and burning.
+  libcdio-dev libcdio-paranoia-dev libdiscid-dev libburn-dev libisofs-dev xorriso libcurl4-openssl-dev
 )
 
 missing=()
