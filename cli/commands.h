@@ -14,5 +14,7 @@ int RunRecord(int argc, char** argv);
 int RunImage(int argc, char** argv);
 int RunSpectrum(int argc, char** argv);
 int RunMarkers(int argc, char** argv);
+int RunCdInfo(int argc, char** argv);
+int RunCdRip(int argc, char** argv);
 
 }  // namespace osmera::cli

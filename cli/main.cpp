@@ -80,6 +80,17 @@ const Command kCommands[] = {
      "      --export writes them to a label file (start TAB end TAB name, seconds, one a\n"
      "      line; a bookmark has start = end). --import adds a label file's markers\n"
      "      (--replace: instead of FILE's) and writes FILE's audio with them to OUT.wav.\n"},
+    {"cd-info", osmera::cli::RunCdInfo,
+     "cd-info DEVICE|IMAGE\n"
+     "      The table of contents of an audio CD in a drive (/dev/sr0) or of a disc image\n"
+     "      (.cue/.bin, .toc, .nrg): tracks with start, length and CD-TEXT, and the disc's\n"
+     "      MusicBrainz and CDDB ids.\n"},
+    {"cd-rip", osmera::cli::RunCdRip,
+     "cd-rip DEVICE|IMAGE [--tracks 1,3-5] [--out DIR] [--format NAME] [--fast]\n"
+     "      Rips audio tracks (default all) into DIR (default .), one file per track named\n"
+     "      \"NN Title\" from the CD-TEXT, in --format (default wav), with paranoia's full\n"
+     "      error correction (--fast: read once). Prints each track's read report; a\n"
+     "      track with unreadable sectors is written with silence there and exits 1.\n"},
 };
 
 void PrintUsage(FILE* to) {

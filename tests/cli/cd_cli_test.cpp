@@ -1,0 +1,50 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "tests/cli/cli_runner.h"
+#include "tests/support/cd_image.h"
+#include "tests/support/test_support.h"
+
+namespace osmera::testing {
+namespace {
+
+std::vector<int32_t> Times16(const std::vector<int16_t>& s) {
+    std::vector<int32_t> v;
+    for (int16_t x : s)
+        v.push_back(x * 16);
+    return v;
+}
+
+TEST(CdCli, RipsChosenTracksIntoTaggedFilesAndReportsDamage) {
+    TempDir dir;
+    const CdImage img = WriteCdImage(dir.Path().string(), {40, 30, 20});
+    const std::string out = dir.File("rips");
+    CliResult r = Cli("cd-rip " + Q(img.cue) + " --tracks 2-3 --out " + Q(out) + " --format flac");
+    ASSERT_EQ(r.code, 0) << r.out;
+    EXPECT_NE(r.out.find("Track 3: 20 sectors, no errors."), std::string::npos) << r.out;
+    EXPECT_FALSE(std::filesystem::exists(out + "/01 Song 1.flac"));
+    EXPECT_EQ(ReadAll(out + "/02 Song 2.flac"), Times16(img.samples[1]));
+    EXPECT_EQ(ReadAll(out + "/03 Song 3.flac"), Times16(img.samples[2]));
+    EXPECT_NE(Cli("info " + Q(out + "/03 Song 3.flac")).out.find("album=\"Test Disc\""),
+              std::string::npos);
+
+    r = Cli("cd-info " + Q(img.cue));
+    EXPECT_NE(r.out.find("track=2 type=audio start=40 sectors=30 time=0:00 title=\"Song 2\""),
+              std::string::npos)
+        << r.out;
+
+    EXPECT_EQ(Cli("cd-rip " + Q(img.cue) + " --tracks 4").code, 2);
+    EXPECT_EQ(Cli("cd-rip " + Q(img.cue) + " --tracks 2-x").code, 2);
+    EXPECT_EQ(Cli("cd-rip " + Q(dir.File("none.cue"))).code, 1);
+
+    // A truncated data file: the track is still written, the report says what is missing.
+    std::filesystem::resize_file(img.bin, static_cast<uintmax_t>(50) * 2352);
+    r = Cli("cd-rip " + Q(img.cue) + " --tracks 2 --out " + Q(out));
+    EXPECT_EQ(r.code, 1);
+    EXPECT_NE(r.out.find("20 unreadable sectors replaced by silence"), std::string::npos) << r.out;
+    EXPECT_TRUE(std::filesystem::exists(out + "/02 Song 2.wav"));
+}
+
+}  // namespace
+}  // namespace osmera::testing
