@@ -1,7 +1,8 @@
-// osmera-cli cd-info DEVICE|IMAGE
+// osmera-cli cd-info DEVICE|IMAGE [--lookup [--cddb] [--server URL] [--timeout S]]
 // osmera-cli cd-rip DEVICE|IMAGE [--tracks 1,3-5] [--out DIR] [--format NAME] [--fast]
 //
-// cd-info prints the disc's table of contents, CD-TEXT and disc ids; cd-rip rips tracks
+// cd-info prints the disc's table of contents, CD-TEXT and disc ids, and with --lookup the
+// matches MusicBrainz (or a CDDB server) offers for it; cd-rip rips tracks
 // through paranoia (full correction unless --fast) into DIR, one file per track named
 // "NN Title.ext" (or "Track NN.ext"), tagged from the CD-TEXT, and prints each track's read
 // report. A track that could not be read whole is still written, with silence where the
@@ -16,7 +17,9 @@
 #include "cli/terminal_progress.h"
 #include "devices/cd_disc.h"
 #include "devices/cd_disc_id.h"
+#include "devices/cd_lookup.h"
 #include "devices/cd_ripper.h"
+#include "edit/audio_cut_tank.h"
 
 namespace osmera::cli {
 
@@ -64,10 +67,23 @@ bool OpenDisc(LArgs& args, LCdDisc& disc, const char* command, int& code) {
     return true;
 }
 
+// The lookup settings of the command line: --server, --cddb, --timeout; the cache in the
+// user's data folder.
+LCdLookupSettings LookupSettings(LArgs& args) {
+    LCdLookupSettings s;
+    s.cddb = args.Has("cddb");
+    s.server = args.Value("server").value_or("");
+    s.timeoutMs = static_cast<int32_t>(args.IntValue("timeout", 10, 1, 600)) * 1000;
+    const std::string data = UserAppDataFolder();
+    if (!data.empty())
+        s.cacheFolder = data + "/Quillon/Osmera/CdLookup";
+    return s;
+}
+
 }  // namespace
 
 int RunCdInfo(int argc, char** argv) {
-    LArgs args(argc, argv, {});
+    LArgs args(argc, argv, {"server", "timeout"}, {"lookup", "cddb"});
     LCdDisc disc;
     int code = kExitOk;
     if (!OpenDisc(args, disc, "cd-info", code))
@@ -93,7 +109,32 @@ int RunCdInfo(int argc, char** argv) {
             std::printf(" performer=%s", QuoteValue(t.performer).c_str());
         std::printf("\n");
     }
-    return kExitOk;
+    if (!args.Has("lookup"))
+        return kExitOk;
+    const LCdLookupSettings settings = LookupSettings(args);
+    if (!args.Error().empty()) {
+        PrintError(args.Error());
+        return kExitUsage;
+    }
+    const LCdLookupResult r = LookupDisc(toc, settings);
+    std::printf("lookup=%s message=%s\n",
+                r.status == LCdLookupStatus::kFound      ? "found"
+                : r.status == LCdLookupStatus::kNotFound ? "not-found"
+                                                         : "failed",
+                QuoteValue(r.message).c_str());
+    for (size_t i = 0; i < r.matches.size(); ++i) {
+        const LCdRelease& m = r.matches[i];
+        std::printf("match=%zu id=%s artist=%s title=%s year=%s\n", i + 1, QuoteValue(m.id).c_str(),
+                    QuoteValue(m.artist).c_str(), QuoteValue(m.title).c_str(),
+                    QuoteValue(m.year).c_str());
+        for (size_t t = 0; t < m.trackTitles.size(); ++t)
+            std::printf("match=%zu track=%zu title=%s artist=%s\n", i + 1, t + 1,
+                        QuoteValue(m.trackTitles[t]).c_str(),
+                        QuoteValue(m.TrackArtist(static_cast<int>(t + 1))).c_str());
+    }
+    return r.status == LCdLookupStatus::kFound || r.status == LCdLookupStatus::kNotFound
+               ? kExitOk
+               : kExitFailed;
 }
 
 int RunCdRip(int argc, char** argv) {

@@ -81,10 +81,11 @@ const Command kCommands[] = {
      "      line; a bookmark has start = end). --import adds a label file's markers\n"
      "      (--replace: instead of FILE's) and writes FILE's audio with them to OUT.wav.\n"},
     {"cd-info", osmera::cli::RunCdInfo,
-     "cd-info DEVICE|IMAGE\n"
+     "cd-info DEVICE|IMAGE [--lookup [--cddb] [--server URL] [--timeout S]]\n"
      "      The table of contents of an audio CD in a drive (/dev/sr0) or of a disc image\n"
      "      (.cue/.bin, .toc, .nrg): tracks with start, length and CD-TEXT, and the disc's\n"
-     "      MusicBrainz and CDDB ids.\n"},
+     "      MusicBrainz and CDDB ids. --lookup asks MusicBrainz (--cddb: a CDDB server)\n"
+     "      for the disc and lists the matches; results are cached.\n"},
     {"cd-rip", osmera::cli::RunCdRip,
      "cd-rip DEVICE|IMAGE [--tracks 1,3-5] [--out DIR] [--format NAME] [--fast]\n"
      "      Rips audio tracks (default all) into DIR (default .), one file per track named\n"

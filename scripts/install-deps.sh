@@ -15,7 +15,7 @@ packages=(
   libtag1-dev libfftw3-dev librubberband-dev libebur128-dev libpng-dev
   clang libclang-rt-dev clang-format
   # Audio CDs: reading, ripping, disc ids, lookup, ISO images and burning.
-  libcdio-dev libcdio-paranoia-dev libdiscid-dev libburn-dev libisofs-dev xorriso libcurl4-openssl-dev
+  libcdio-dev libcdio-paranoia-dev libdiscid-dev libburn-dev libisofs-dev xorriso libcurl4-openssl-dev libxml2-dev
 )
 
 missing=()
