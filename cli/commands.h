@@ -16,5 +16,6 @@ int RunSpectrum(int argc, char** argv);
 int RunMarkers(int argc, char** argv);
 int RunCdInfo(int argc, char** argv);
 int RunCdRip(int argc, char** argv);
+int RunIso(int argc, char** argv);
 
 }  // namespace osmera::cli

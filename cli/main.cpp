@@ -92,6 +92,10 @@ const Command kCommands[] = {
      "      \"NN Title\" from the CD-TEXT, in --format (default wav), with paranoia's full\n"
      "      error correction (--fast: read once). Prints each track's read report; a\n"
      "      track with unreadable sectors is written with silence there and exits 1.\n"},
+    {"iso", osmera::cli::RunIso,
+     "iso OUT.iso FILE... [--volume NAME]\n"
+     "      Writes a data-disc image (ISO 9660 with Joliet and Rock Ridge names) holding\n"
+     "      the files and folders given, each in the image's root.\n"},
 };
 
 void PrintUsage(FILE* to) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "tests/cli/cli_runner.h"
 #include "tests/support/cd_image.h"
@@ -44,6 +45,31 @@ TEST(CdCli, RipsChosenTracksIntoTaggedFilesAndReportsDamage) {
     EXPECT_EQ(r.code, 1);
     EXPECT_NE(r.out.find("20 unreadable sectors replaced by silence"), std::string::npos) << r.out;
     EXPECT_TRUE(std::filesystem::exists(out + "/02 Song 2.wav"));
+}
+
+TEST(CdCli, IsoImageHoldsTheFilesAndFoldersUnderTheirLongNames) {
+    TempDir dir;
+    std::filesystem::create_directories(dir.File("songs/live"));
+    std::ofstream(dir.File("A long name, with spaces.txt")) << "notes\n";
+    std::ofstream(dir.File("songs/live/encore.wav")) << std::string(5000, 'x');
+    const std::string iso = dir.File("mix.iso");
+    ASSERT_EQ(Cli("iso " + Q(iso) + " " + Q(dir.File("A long name, with spaces.txt")) + " " +
+                  Q(dir.File("songs")) + " --volume MIX")
+                  .code,
+              0);
+    const CliResult list = RunShell("xorriso -indev " + Q(iso) + " -find / 2>/dev/null");
+    EXPECT_NE(list.out.find("'/A long name, with spaces.txt'"), std::string::npos) << list.out;
+    EXPECT_NE(list.out.find("'/songs/live/encore.wav'"), std::string::npos) << list.out;
+    RunShell("xorriso -osirrox on -indev " + Q(iso) + " -extract /songs/live/encore.wav " +
+             Q(dir.File("out.wav")) + " >/dev/null 2>&1");
+    EXPECT_EQ(ReadText(dir.File("out.wav")), std::string(5000, 'x'));
+
+    // A clash of names or a missing file leaves the image that was there.
+    const std::string before = ReadText(iso);
+    EXPECT_EQ(Cli("iso " + Q(iso) + " " + Q(dir.File("songs")) + " " + Q(dir.File("songs"))).code,
+              1);
+    EXPECT_EQ(Cli("iso " + Q(iso) + " " + Q(dir.File("none.wav"))).code, 1);
+    EXPECT_EQ(ReadText(iso), before);
 }
 
 }  // namespace
