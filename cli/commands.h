@@ -17,5 +17,6 @@ int RunMarkers(int argc, char** argv);
 int RunCdInfo(int argc, char** argv);
 int RunCdRip(int argc, char** argv);
 int RunIso(int argc, char** argv);
+int RunCdBurn(int argc, char** argv);
 
 }  // namespace osmera::cli

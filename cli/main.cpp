@@ -96,6 +96,13 @@ const Command kCommands[] = {
      "iso OUT.iso FILE... [--volume NAME]\n"
      "      Writes a data-disc image (ISO 9660 with Joliet and Rock Ridge names) holding\n"
      "      the files and folders given, each in the image's root.\n"},
+    {"cd-burn", osmera::cli::RunCdBurn,
+     "cd-burn [--dev DEVICE|IMAGE.cue] [--simulate] [--speed KBS] [--no-eject]\n"
+     "        [--gap SECONDS] [--title TEXT] [--performer TEXT] FILE...\n"
+     "      Burns the files as an audio CD's tracks, in order, with --gap seconds of\n"
+     "      silence between them (default 2) and their tags' titles as CD-TEXT; other\n"
+     "      audio is converted to 44.1 kHz stereo 16-bit (a note says so). --dev: the\n"
+     "      writer (default the first found) or a .cue file to write a disc image.\n"},
 };
 
 void PrintUsage(FILE* to) {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -45,6 +46,51 @@ TEST(CdCli, RipsChosenTracksIntoTaggedFilesAndReportsDamage) {
     EXPECT_EQ(r.code, 1);
     EXPECT_NE(r.out.find("20 unreadable sectors replaced by silence"), std::string::npos) << r.out;
     EXPECT_TRUE(std::filesystem::exists(out + "/02 Song 2.wav"));
+}
+
+// Burning to a disc image, then reading that image back as a CD.
+TEST(CdCli, BurnsFilesToACueImageThatRipsBackToTheSameAudio) {
+    TempDir dir;
+    const CdImage img = WriteCdImage(dir.Path().string(), {300, 310});
+    ASSERT_EQ(Cli("cd-rip " + Q(img.cue) + " --out " + Q(dir.File("in"))).code, 0);
+    const std::string first = dir.File("in/01 Song 1.wav");
+    const std::string mono = dir.File("in/mono48.wav");
+    ASSERT_EQ(Cli("convert " + Q(dir.File("in/02 Song 2.wav")) + " " + Q(mono) +
+                  " --rate 48000 --channels 1")
+                  .code,
+              0);
+    const std::string cue = dir.File("burned/mix.cue");
+    std::filesystem::create_directories(dir.File("burned"));
+    const CliResult r = RunShell(std::string(OSMERA_CLI) + " cd-burn --dev " + Q(cue) +
+                                 " --gap 1 --title Mix " + Q(first) + " " + Q(mono) + " 2>&1");
+    ASSERT_EQ(r.code, 0) << r.out;
+    EXPECT_NE(r.out.find("note: Track 2 (mono48.wav) was converted from 48000 Hz mono to 44100 "
+                         "Hz stereo 16-bit for the CD."),
+              std::string::npos)
+        << r.out;
+    const CliResult info = Cli("cd-info " + Q(cue));
+    EXPECT_NE(info.out.find("title=Mix"), std::string::npos) << info.out;
+    // Track 1 holds the first file and then the one-second gap before track 2.
+    EXPECT_NE(info.out.find("track=1 type=audio start=0 sectors=375 time=0:05 title=\"Song 1\""),
+              std::string::npos)
+        << info.out;
+    ASSERT_EQ(Cli("cd-rip " + Q(cue) + " --out " + Q(dir.File("back"))).code, 0);
+    std::vector<int32_t> back = ReadAll(dir.File("back/01 Song 1.wav"));
+    const std::vector<int32_t> want = Times16(img.samples[0]);
+    ASSERT_EQ(back.size(), want.size() + 75 * 588 * 2);
+    EXPECT_TRUE(std::equal(want.begin(), want.end(), back.begin()));
+    EXPECT_TRUE(
+        std::all_of(back.begin() + want.size(), back.end(), [](int32_t v) { return v == 0; }));
+    // Converted there and back, the second track may end up one sector longer.
+    EXPECT_NEAR(static_cast<double>(ReadAll(dir.File("back/02 Song 2.wav")).size()),
+                310.0 * 588 * 2, 588 * 2);
+
+    // libburn's stdio: pseudo drives take data discs only.
+    const CliResult stdio =
+        RunShell(std::string(OSMERA_CLI) + " cd-burn --dev stdio:" + Q(dir.File("x.img")) + " " +
+                 Q(first) + " 2>&1");
+    EXPECT_EQ(stdio.code, 1);
+    EXPECT_NE(stdio.out.find("cannot write this audio CD"), std::string::npos) << stdio.out;
 }
 
 TEST(CdCli, IsoImageHoldsTheFilesAndFoldersUnderTheirLongNames) {
