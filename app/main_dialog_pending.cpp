@@ -5,11 +5,7 @@
 
 namespace osmera {
 
-// CD tracks, sending, plug-in effects and text to speech.
-
-void MainDialog::CmLoadCdTracks() {
-    NotAvailable(kIdLoadCdTracks);
-}
+// Sending, plug-in effects and text to speech.
 
 void MainDialog::CmSend() {
     NotAvailable(kIdSend);
