@@ -52,11 +52,13 @@ class LOMCdRipDialog : public QDialog {
     QString FormatName() const;
     QString StatusLine() const;
 
+    // Checks the choice (a disc, a track, a folder that can be made) and remembers it.
+    void accept() override;
+
   private:
     void ChooseImage();
     void ApplyMatch(int index);
     void LookupDone(const LCdLookupResult& result);
-    void accept() override;
 
     LSettingsStore& settings_;
     LCdDisc disc_;
