@@ -108,6 +108,8 @@ enum LCommandId : uint16_t {
     kIdManualClickPop = 7010,
     kIdTextToSpeech = 7004,
     kIdBatchConverter = 7003,
+    kIdBurnAudioCd = 7006,
+    kIdCreateIsoImage = 7007,
     kIdSetBookmark = 8001,
     kIdBookmarkList = 8003,
     kIdAddRegion = 8004,

@@ -229,6 +229,8 @@ class MainDialog : public QObject, public LDocumentListener {
     void CmNewFile();
     void CmOpen();
     void CmLoadCdTracks();
+    void CmBurnAudioCd();
+    void CmCreateIsoImage();
     void CmCloseFile();
     void CmSave();
     void CmSaveAs();

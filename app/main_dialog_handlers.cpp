@@ -93,6 +93,8 @@ std::span<const MainDialog::LHandler> MainDialog::Handlers() {
         {kIdManualClickPop, &MainDialog::CmManualClickPop},
         {kIdTextToSpeech, &MainDialog::CmTextToSpeech},
         {kIdBatchConverter, &MainDialog::CmBatchConverter},
+        {kIdBurnAudioCd, &MainDialog::CmBurnAudioCd},
+        {kIdCreateIsoImage, &MainDialog::CmCreateIsoImage},
         {kIdSetBookmark, &MainDialog::CmSetBookmark},
         {kIdBookmarkList, &MainDialog::CmBookmarkList},
         {kIdAddRegion, &MainDialog::CmAddRegion},

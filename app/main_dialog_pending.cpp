@@ -5,11 +5,7 @@
 
 namespace osmera {
 
-// CD tracks, plug-in effects and text to speech.
-
-void MainDialog::CmLoadCdTracks() {
-    NotAvailable(kIdLoadCdTracks);
-}
+// Plug-in effects and text to speech.
 
 void MainDialog::CmPluginEffects() {
     NotAvailable(kIdPluginEffects);

@@ -16,5 +16,9 @@ int RunSpectrum(int argc, char** argv);
 int RunMarkers(int argc, char** argv);
 int RunSend(int argc, char** argv);
 int RunUpload(int argc, char** argv);
+int RunCdInfo(int argc, char** argv);
+int RunCdRip(int argc, char** argv);
+int RunIso(int argc, char** argv);
+int RunCdBurn(int argc, char** argv);
 
 }  // namespace osmera::cli

@@ -94,6 +94,29 @@ const Command kCommands[] = {
      "      Puts FILE on an ftp://, ftps:// or sftp:// server; a URL ending in '/' names\n"
      "      the folder. --create-dirs makes missing folders, --resume goes on with a\n"
      "      broken upload. The password as for send.\n"},
+    {"cd-info", osmera::cli::RunCdInfo,
+     "cd-info DEVICE|IMAGE [--lookup [--cddb] [--server URL] [--timeout S]]\n"
+     "      The table of contents of an audio CD in a drive (/dev/sr0) or of a disc image\n"
+     "      (.cue/.bin, .toc, .nrg): tracks with start, length and CD-TEXT, and the disc's\n"
+     "      MusicBrainz and CDDB ids. --lookup asks MusicBrainz (--cddb: a CDDB server)\n"
+     "      for the disc and lists the matches; results are cached.\n"},
+    {"cd-rip", osmera::cli::RunCdRip,
+     "cd-rip DEVICE|IMAGE [--tracks 1,3-5] [--out DIR] [--format NAME] [--fast]\n"
+     "      Rips audio tracks (default all) into DIR (default .), one file per track named\n"
+     "      \"NN Title\" from the CD-TEXT, in --format (default wav), with paranoia's full\n"
+     "      error correction (--fast: read once). Prints each track's read report; a\n"
+     "      track with unreadable sectors is written with silence there and exits 1.\n"},
+    {"iso", osmera::cli::RunIso,
+     "iso OUT.iso FILE... [--volume NAME]\n"
+     "      Writes a data-disc image (ISO 9660 with Joliet and Rock Ridge names) holding\n"
+     "      the files and folders given, each in the image's root.\n"},
+    {"cd-burn", osmera::cli::RunCdBurn,
+     "cd-burn [--dev DEVICE|IMAGE.cue] [--simulate] [--speed KBS] [--no-eject]\n"
+     "        [--gap SECONDS] [--title TEXT] [--performer TEXT] FILE...\n"
+     "      Burns the files as an audio CD's tracks, in order, with --gap seconds of\n"
+     "      silence between them (default 2) and their tags' titles as CD-TEXT; other\n"
+     "      audio is converted to 44.1 kHz stereo 16-bit (a note says so). --dev: the\n"
+     "      writer (default the first found) or a .cue file to write a disc image.\n"},
 };
 
 void PrintUsage(FILE* to) {

@@ -18,6 +18,8 @@ packages=(
   libcurl4-openssl-dev libsecret-1-dev python3-aiosmtpd python3-pyftpdlib openssl
   # Building and checking the Debian package (make package, make test-package)
   lintian desktop-file-utils appstream dpkg-dev fakeroot
+  # Audio CDs: reading, ripping, disc ids, lookup, ISO images and burning.
+  libcdio-dev libcdio-paranoia-dev libdiscid-dev libburn-dev libisofs-dev xorriso libxml2-dev
 )
 
 missing=()
