@@ -14,6 +14,8 @@ packages=(
   ffmpeg flac lame vorbis-tools opus-tools
   libtag1-dev libfftw3-dev librubberband-dev libebur128-dev libpng-dev
   clang libclang-rt-dev clang-format
+  # Text to speech: the espeak-ng library and its voices.
+  libespeak-ng-dev espeak-ng-data
 )
 
 missing=()
