@@ -14,5 +14,7 @@ int RunRecord(int argc, char** argv);
 int RunImage(int argc, char** argv);
 int RunSpectrum(int argc, char** argv);
 int RunMarkers(int argc, char** argv);
+int RunSpeak(int argc, char** argv);
+int RunVoices(int argc, char** argv);
 
 }  // namespace osmera::cli
