@@ -23,8 +23,4 @@ void MainDialog::CmPlugins() {
     NotAvailable(kIdPlugins);
 }
 
-void MainDialog::CmTextToSpeech() {
-    NotAvailable(kIdTextToSpeech);
-}
-
 }  // namespace osmera
