@@ -1,11 +1,16 @@
 // Text To Speech in the editor: OK makes a new untitled document of the speech with a bookmark
 // per sentence and remembers the dialog's values; with the insert choice the speech goes in at
 // the cursor as one undo step; an empty text is refused in the dialog.
+#include <QApplication>
 #include <QCheckBox>
-#include <QPlainTextEdit>
+#include <QDialogButtonBox>
+#include <QProgressBar>
+#include <QPushButton>
 #include <QSpinBox>
+#include <QTimer>
 
 #include "app/speech_dialog.h"
+#include "platform/qt_progress.h"
 #include "tests/app/app_fixture.h"
 
 namespace osmera::testing {
@@ -67,6 +72,34 @@ TEST_F(SpeechEditorTest, OkMakesANewDocumentWithSentenceBookmarks) {
     EXPECT_EQ(prompts.told.last(), "There is no text to speak: the text is empty.");
     EXPECT_EQ(main->Controller().GetDocuments().size(), documents);
     EXPECT_EQ(open.audio.GetLength(), 8000);
+}
+
+TEST_F(SpeechEditorTest, CancelStopsALongTextAndLeavesNoDocument) {
+    QString text;
+    for (int i = 0; i < 60; ++i)
+        text += QStringLiteral("This is sentence number %1 of a long text. ").arg(i);
+    Answer(text);
+    LQtProgress::SetTimingForTests(0, 0);
+    bool cancelled = false;
+    QTimer watch;
+    QObject::connect(&watch, &QTimer::timeout, [&]() {
+        for (QWidget* w : QApplication::topLevelWidgets()) {
+            auto* bar = w->findChild<QProgressBar*>();
+            if (!w->isVisible() || !bar || bar->value() <= 0 || cancelled)
+                continue;
+            cancelled = true;
+            w->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Cancel)->click();
+        }
+    });
+    watch.start(0);
+    main->Dispatch(kIdTextToSpeech);
+    watch.stop();
+    LQtProgress::SetTimingForTests(500, 30);
+    EXPECT_TRUE(cancelled);
+    EXPECT_TRUE(main->Controller().GetDocuments().empty());
+    EXPECT_TRUE(prompts.told.isEmpty());
+    EXPECT_EQ(LAudioCutTank::Instance().GetCutsInUse(), 0u);
+    EXPECT_TRUE(frame->isEnabled());
 }
 
 }  // namespace
