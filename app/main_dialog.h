@@ -48,6 +48,7 @@ class LOMEffectDialog;
 class LDocumentModel;
 class LEditorTransport;
 class LKeyMacroRunner;
+class LSpeechDialog;
 class LLevelMeter;
 class LMDIMainWindow;
 class LMarkerList;
@@ -127,6 +128,9 @@ class MainDialog : public QObject, public LDocumentListener {
     }
     void SetEffectDialogRunner(std::function<int(LOMEffectDialog&)> run) {
         effectDialogRunner_ = std::move(run);
+    }
+    void SetSpeechDialogRunner(std::function<int(LSpeechDialog&)> run) {
+        speechDialogRunner_ = std::move(run);
     }
     // Playback (editor_transport.h); the pause button and the level meter of the tool bar.
     LEditorTransport& Transport() { return *transport_; }
@@ -371,6 +375,7 @@ class MainDialog : public QObject, public LDocumentListener {
     bool undoAvailable_ = false;
     std::function<int(LOMEffectDialog&)> effectDialogRunner_;
     std::function<int(LEqualizerDialog&)> equalizerDialogRunner_;
+    std::function<int(LSpeechDialog&)> speechDialogRunner_;
     // The noise Noise Reduction removes, taken by its dialog; kept for the whole run.
     LNoiseProfile noiseProfile_;
     int busy_ = 0;  // > 0 while a file job runs; requests from outside wait for it

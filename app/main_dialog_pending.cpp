@@ -5,7 +5,7 @@
 
 namespace osmera {
 
-// Plug-in effects and text to speech.
+// Plug-in effects.
 
 void MainDialog::CmPluginEffects() {
     NotAvailable(kIdPluginEffects);
@@ -13,10 +13,6 @@ void MainDialog::CmPluginEffects() {
 
 void MainDialog::CmPlugins() {
     NotAvailable(kIdPlugins);
-}
-
-void MainDialog::CmTextToSpeech() {
-    NotAvailable(kIdTextToSpeech);
 }
 
 }  // namespace osmera

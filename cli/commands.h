@@ -20,5 +20,7 @@ int RunCdInfo(int argc, char** argv);
 int RunCdRip(int argc, char** argv);
 int RunIso(int argc, char** argv);
 int RunCdBurn(int argc, char** argv);
+int RunSpeak(int argc, char** argv);
+int RunVoices(int argc, char** argv);
 
 }  // namespace osmera::cli

@@ -117,6 +117,18 @@ const Command kCommands[] = {
      "      silence between them (default 2) and their tags' titles as CD-TEXT; other\n"
      "      audio is converted to 44.1 kHz stereo 16-bit (a note says so). --dev: the\n"
      "      writer (default the first found) or a .cue file to write a disc image.\n"},
+    {"speak", osmera::cli::RunSpeak,
+     "speak \"TEXT\" OUT [--voice V] [--rate WPM] [--pitch P] [--volume V] [--gap G]\n"
+     "              [--out-rate HZ] [--work-dir DIR]\n"
+     "speak --file TEXT.txt OUT [the same options]\n"
+     "      Speaks TEXT (or the file's UTF-8 text) into OUT (format by extension) at\n"
+     "      22050 Hz or --out-rate; sentence starts become bookmarks (WAV cue points).\n"
+     "      --rate 80-450 words per minute (175), --pitch 0-100 (50), --volume 0-200\n"
+     "      (100), --gap 0-100 pause between words in 10 ms, --voice a name, identifier\n"
+     "      or language from osmera-cli voices.\n"},
+    {"voices", osmera::cli::RunVoices,
+     "voices\n"
+     "      Lists the installed speech voices: name, language, identifier, gender.\n"},
 };
 
 void PrintUsage(FILE* to) {

@@ -20,6 +20,8 @@ packages=(
   lintian desktop-file-utils appstream dpkg-dev fakeroot
   # Audio CDs: reading, ripping, disc ids, lookup, ISO images and burning.
   libcdio-dev libcdio-paranoia-dev libdiscid-dev libburn-dev libisofs-dev xorriso libxml2-dev
+  # Text to speech: the espeak-ng library and its voices.
+  libespeak-ng-dev espeak-ng-data
 )
 
 missing=()

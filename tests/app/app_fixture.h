@@ -140,6 +140,7 @@ class EditorTest : public ::testing::Test {
         main->Transport().SetDeviceOpener(VirtualOutOpener(0));
         // Effect dialogs are cancelled unless a test answers them.
         main->SetEffectDialogRunner([](LOMEffectDialog&) { return int{QDialog::Rejected}; });
+        main->SetSpeechDialogRunner([](LSpeechDialog&) { return int{QDialog::Rejected}; });
         frame->resize(900, 600);
     }
     void TearDown() override {
