@@ -123,13 +123,18 @@ std::vector<std::unique_ptr<LJournalRecovery>> LJournalRecovery::FindIn(const st
             LJournalState state;
             std::string why = "The journal cannot be read.";
             if (ok && DecodeJournal(bytes, state, &why)) {
-                run->documents_.push_back(std::move(state));
+                // A document without unsaved changes is its file on disk: nothing to offer.
+                if (state.modified)
+                    run->documents_.push_back(std::move(state));
             } else {
                 LTracef("LJournalRecovery::FindIn %s: %s", path.c_str(), why.c_str());
                 run->problems_.push_back(fs::path(path).filename().string() + ": " + why);
             }
         }
-        found.push_back(std::move(run));
+        if (run->documents_.empty() && run->problems_.empty())
+            run->Discard();
+        else
+            found.push_back(std::move(run));
     }
     return found;
 }

@@ -30,15 +30,16 @@ namespace osmera {
 
 class LJournalRecovery {
   public:
-    // The folders in `parent` of runs that ended without cleaning up and left journals,
-    // each locked for this process.
+    // The folders in `parent` of runs that ended without cleaning up and left journals of
+    // documents with unsaved changes, each locked for this process. A folder whose journals
+    // all describe saved documents is removed on the way.
     static std::vector<std::unique_ptr<LJournalRecovery>> FindIn(const std::string& parent);
     ~LJournalRecovery();
     LJournalRecovery(const LJournalRecovery&) = delete;
     LJournalRecovery& operator=(const LJournalRecovery&) = delete;
 
     const std::string& Folder() const { return folder_; }
-    // The readable journals' documents, in the order of their journals.
+    // The readable journals' documents that had unsaved changes, in journal order.
     const std::vector<LJournalState>& Documents() const { return documents_; }
     // One sentence per journal that could not be read.
     const std::vector<std::string>& Problems() const { return problems_; }
