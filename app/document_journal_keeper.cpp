@@ -8,6 +8,9 @@ namespace osmera {
 namespace {
 // How soon a flush that had to wait for a job looks again.
 constexpr int kRetryMs = 50;
+// How long the journal lags behind a moving cursor, selection or view: a drag or playback
+// changes them many times a second, and each journal is flushed to the disk.
+constexpr int kMovedMs = 500;
 }  // namespace
 
 LDocumentJournalKeeper::LDocumentJournalKeeper(std::function<bool()> canWrite, QObject* parent)
@@ -20,6 +23,7 @@ LDocumentJournalKeeper::~LDocumentJournalKeeper() = default;
 
 void LDocumentJournalKeeper::SetEnabled(bool enabled) {
     enabled_ = enabled && !LAudioCutTank::Instance().GetFolder().empty();
+    LAudioCutTank::Instance().SetSyncCutFiles(enabled_);
     if (!enabled_) {
         pending_.clear();
         writers_.clear();
@@ -30,8 +34,16 @@ void LDocumentJournalKeeper::Changed(LOMFile* doc) {
     if (!enabled_ || !doc)
         return;
     pending_.insert(doc);
-    if (!timer_.isActive())
+    if (!timer_.isActive() || timer_.remainingTime() > 0)
         timer_.start(0);
+}
+
+void LDocumentJournalKeeper::Moved(LOMFile* doc) {
+    if (!enabled_ || !doc)
+        return;
+    pending_.insert(doc);
+    if (!timer_.isActive())
+        timer_.start(kMovedMs);
 }
 
 void LDocumentJournalKeeper::Closed(const LOMFile* doc) {

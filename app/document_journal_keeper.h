@@ -4,14 +4,16 @@
 // document (edit, undo, effect, record, save, open, and the cursor, selection and view
 // through the document's model); each report marks the document, and the marked documents'
 // journals are written together when control returns to the event loop, so a burst of
-// changes writes once. While a job runs (an effect, a load, a batch script) nothing is
+// changes writes once; a moving cursor, selection or view is written within half a second.
+// While a job runs (an effect, a load, a batch script) nothing is
 // written: the journal keeps the state before the job until the job has ended, so a run that
 // dies in the middle of an effect comes back as it was before it. A document that closes
 // takes its journal with it, and so does the keeper's end (a normal exit).
 //
 // Off until SetEnabled(true) (the editor's start-up turns it on; the editor's tests leave it
-// off unless they test it). Ownership: documents are borrowed; the owner calls Closed before
-// a document is freed. Threads: GUI thread only.
+// off unless they test it). On, it also has the cut tank flush every new cut to the disk.
+// Ownership: documents are borrowed; the owner calls Closed before a document is freed. Threads:
+// GUI thread only.
 
 #include <QObject>
 #include <QString>
@@ -37,8 +39,12 @@ class LDocumentJournalKeeper : public QObject {
     void SetEnabled(bool enabled);
     bool IsEnabled() const { return enabled_; }
 
-    // `doc` changed: its journal is written at the end of this event-loop turn.
+    // `doc` changed (audio, undo steps, markers, modified flag): its journal is written at
+    // the end of this event-loop turn.
     void Changed(LOMFile* doc);
+    // Only the cursor, selection or view of `doc` moved: its journal is written within
+    // half a second, once for a whole drag.
+    void Moved(LOMFile* doc);
     // `doc` closes: its journal goes at once.
     void Closed(const LOMFile* doc);
     // Writes the marked documents' journals now, unless a job runs (then after it).

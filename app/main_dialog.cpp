@@ -214,7 +214,7 @@ void MainDialog::AttachWindow(LOMFile& doc) {
     // Everything the model announces (audio, cursor, selection, view) is journalled.
     for (auto signal : {&LDocumentModel::selectionChanged, &LDocumentModel::cursorChanged,
                         &LDocumentModel::viewChanged})
-        connect(model, signal, this, [this, key]() { journal_->Changed(key); });
+        connect(model, signal, this, [this, key]() { journal_->Moved(key); });
     connect(model, &LDocumentModel::audioChanged, this, [this, key]() { journal_->Changed(key); });
     journal_->Changed(key);
     auto* window = new LOMDocumentSubWindow([this, key]() { return QueryCloseDocument(*key); },

@@ -284,8 +284,9 @@ TEST_F(CrashRecoveryTest, KilledMidEffectOrMidJournalKeepsTheStateBefore) {
         ASSERT_TRUE(WaitForJournal([](const LJournalState& s) {
             return UndoNames(s) == std::vector<std::string>{"Cut"} && s.selEnd > 0;
         }));
-        // Let the journal settle (the window's first report), then take the state on disk.
-        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        // Let the journal settle (a moved selection is written within half a second), then take
+        // the state on disk.
+        std::this_thread::sleep_for(std::chrono::milliseconds(800));
         const fs::path dead = RunFolders()[0];
         const Rendered before = Render(dead);
         std::ofstream(armed).flush();

@@ -3,6 +3,7 @@
 #include "edit/document_journal.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -65,13 +66,13 @@ class DocumentJournalTest : public CutTankTest {
 TEST_F(DocumentJournalTest, RecoveryGivesBackTheDocumentAsItWas) {
     MakeEditedDocument();
     const std::vector<int32_t> audio = ReadAll(doc_.audio);
-    std::string journal;
+    std::string journal, dead;
     {
         LDocumentJournalWriter writer(dir_.Path().string(), 7);
         ASSERT_TRUE(writer.Write(doc_));
         journal = writer.Path();
         EXPECT_EQ(fs::path(journal).filename(), "document-7.journal");
-        const std::string dead = LeaveAsDeadRun(journal);
+        dead = LeaveAsDeadRun(journal);
         // What the file says is the document, undo ring included.
         LJournalState read;
         ASSERT_TRUE(DecodeJournal(ReadText(journal), read));
@@ -81,8 +82,17 @@ TEST_F(DocumentJournalTest, RecoveryGivesBackTheDocumentAsItWas) {
 
     // A new start in the same parent keeps the dead folder: its journal names unsaved work.
     EXPECT_EQ(LCutFolder::CleanDeadFolders((dir_.Path() / "parent").string()), 0);
+    // While its run holds the folder's lock (a live editor of another session) it is not
+    // offered; nor is it offered to two starts at once.
+    {
+        const int held = LCutFolder::LockIfDead(dead);
+        ASSERT_GE(held, 0);
+        EXPECT_TRUE(LJournalRecovery::FindIn((dir_.Path() / "parent").string()).empty());
+        ::close(held);
+    }
     auto runs = LJournalRecovery::FindIn((dir_.Path() / "parent").string());
     ASSERT_EQ(runs.size(), 1u);
+    EXPECT_TRUE(LJournalRecovery::FindIn((dir_.Path() / "parent").string()).empty());
     ASSERT_EQ(runs[0]->Documents().size(), 1u);
     EXPECT_EQ(runs[0]->Documents()[0].DisplayName(), "take one.wav");
     EXPECT_TRUE(runs[0]->Problems().empty());
