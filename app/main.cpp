@@ -11,10 +11,12 @@
 
 #include "app/background_picture.h"
 #include "app/desktop_integration.h"
+#include "app/document_journal_keeper.h"
 #include "app/main_dialog.h"
 #include "app/mdi_main_window.h"
 #include "app/run_arguments.h"
 #include "app/splash_window.h"
+#include "app/start_up_recovery.h"
 #include "app/user_prompts.h"
 #include "devices/dispatcher.h"
 #include "edit/audio_cut_tank.h"
@@ -103,8 +105,8 @@ int main(int argc, char** argv) {
     LQtDispatcher dispatcher;
     SetGuiDispatcher(&dispatcher);
     std::string tankMessage;
-    const bool tankReady = LAudioCutTank::Instance().OpenFolderIn(
-        ChooseWorkingFolder(settings, UserAppDataFolder()), &tankMessage);
+    const std::string workingFolder = ChooseWorkingFolder(settings, UserAppDataFolder());
+    const bool tankReady = LAudioCutTank::Instance().OpenFolderIn(workingFolder, &tankMessage);
 
     int status = 0;
     {
@@ -152,6 +154,15 @@ int main(int argc, char** argv) {
                                  manager.cancel();
                              manager.release();
                          });
+
+        // Unsaved work of a run that died comes first. OSMERA_RECOVERY_ANSWER ("recover",
+        // "discard", "later") answers without asking, for tests and scripted starts.
+        controller.Journal().SetEnabled(tankReady);
+        if (tankReady)
+            OfferRecovery(workingFolder, controller, prompts, [&frame](const QString& text) {
+                const auto given = RecoveryAnswerFromEnvironment();
+                return given ? *given : AskRecovery(&frame, text);
+            });
 
         const bool opened = controller.EvRunArguments(arguments);
         if (showDemo && tankReady)

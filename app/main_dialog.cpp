@@ -10,6 +10,7 @@
 
 #include "app/command_menus.h"
 #include "app/desktop_integration.h"
+#include "app/document_journal_keeper.h"
 #include "app/document_sub_window.h"
 #include "app/editor_transport.h"
 #include "app/key_macro_runner.h"
@@ -37,7 +38,10 @@ MainDialog::MainDialog(LMDIMainWindow& frame, LSettingsStore& settings, LUserPro
       clipboard_(clipboard),
       controller_(settings, this),
       recent_(settings),
-      menus_(new LCommandMenus(frame)) {
+      menus_(new LCommandMenus(frame)),
+      journal_(std::make_unique<LDocumentJournalKeeper>([this]() { return busy_ == 0; })) {
+    connect(journal_.get(), &LDocumentJournalKeeper::writeFailed, this,
+            [this](const QString& message) { frame_.statusBar()->showMessage(message, 10000); });
     connect(menus_, &LCommandMenus::commandTriggered, this, [this](uint16_t id) { Dispatch(id); });
     connect(menus_, &LCommandMenus::commandHovered, this, &MainDialog::ShowCommandHelp);
     helpTimer_.setSingleShot(true);
@@ -160,12 +164,14 @@ void MainDialog::UndoMenuChanged(const LUndoMenuItem& item) {
 }
 
 void MainDialog::SaveEnabledChanged(bool) {
+    journal_->Changed(controller_.GetCurrent());  // saved, opened or made current
     for (LOpenDocument& open : open_)
         UpdateWindowTitle(open);
     UpdateCommandStates();
 }
 
 void MainDialog::DocumentChanged(LOMFile& doc) {
+    journal_->Changed(&doc);
     if (LOpenDocument* open = Find(&doc)) {
         open->model->NotifyAudioChanged();
         UpdateWindowTitle(*open);
@@ -206,6 +212,12 @@ void MainDialog::AttachWindow(LOMFile& doc) {
     LDocumentModel* model = open.model.get();
     connect(model, &LDocumentModel::selectionChanged, this, &MainDialog::UpdateCommandStates);
     LOMFile* key = &doc;
+    // Everything the model announces (audio, cursor, selection, view) is journalled.
+    for (auto signal : {&LDocumentModel::selectionChanged, &LDocumentModel::cursorChanged,
+                        &LDocumentModel::viewChanged})
+        connect(model, signal, this, [this, key]() { journal_->Moved(key); });
+    connect(model, &LDocumentModel::audioChanged, this, [this, key]() { journal_->Changed(key); });
+    journal_->Changed(key);
     auto* window = new LOMDocumentSubWindow([this, key]() { return QueryCloseDocument(*key); },
                                             [this, key]() { DetachWindow(key); });
     window->setWidget(new LOMFileWindow(*model));
@@ -230,6 +242,7 @@ void MainDialog::DetachWindow(LOMFile* doc) {
     if (it == open_.end())
         return;
     transport_->Forget(doc);
+    journal_->Closed(doc);
     // The file window borrows the model, the model the document: take them down in that
     // order before the controller lets the document go.
     if (it->window)

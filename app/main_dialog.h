@@ -41,6 +41,7 @@ class QMdiSubWindow;
 namespace osmera {
 
 class LCommandMenus;
+class LDocumentJournalKeeper;
 class LEffectDialog;
 class LEffectDriver;
 class LEqualizerDialog;
@@ -122,6 +123,10 @@ class MainDialog : public QObject, public LDocumentListener {
     bool IsTakeRunning() const;
 
     LDocumentController& Controller() { return controller_; }
+    // The crash-recovery journals of the open documents (off until start-up turns it on).
+    LDocumentJournalKeeper& Journal() { return *journal_; }
+    // A document recovered after a crash, in its own window; it becomes current.
+    void OpenRecovered(std::unique_ptr<LOMFile> doc);
     // Tests: runs each effect dialog instead of its exec(); returns the dialog's result.
     void SetEqualizerDialogRunner(std::function<int(LEqualizerDialog&)> run) {
         equalizerDialogRunner_ = std::move(run);
@@ -393,6 +398,7 @@ class MainDialog : public QObject, public LDocumentListener {
     LProject projectSaved_;
     std::vector<std::vector<LAudioCut>> projectEntries_;
     bool closingProject_ = false;
+    std::unique_ptr<LDocumentJournalKeeper> journal_;
 };
 
 }  // namespace osmera

@@ -9,6 +9,7 @@
 #include <set>
 
 #include "app/batch_converter_window.h"
+#include "app/document_journal_keeper.h"
 #include "app/editor_transport.h"
 #include "app/main_dialog.h"
 #include "app/mdi_main_window.h"
@@ -109,6 +110,7 @@ void MainDialog::DocumentClosing(LOMFile& doc) {
     if (it == open_.end())
         return;
     transport_->Forget(&doc);
+    journal_->Closed(&doc);
     // A script closed the file: its window goes without asking (the script said so), the
     // file window before the model it borrows, the model before the document.
     QPointer<QMdiSubWindow> window = it->window;

@@ -4,6 +4,8 @@
 #include <bit>
 #include <cstring>
 
+#include "edit/audio_cut_tank.h"
+
 namespace osmera {
 
 namespace {
@@ -125,6 +127,8 @@ bool LAudioCutWriter::Close() {
             failed_ = true;
         records_.clear();
     }
+    if (aud_.IsOpen() && LAudioCutTank::Instance().SyncsCutFiles() && !(aud_.Sync() && grf_.Sync()))
+        failed_ = true;
     aud_.Close();
     grf_.Close();
     blockFrames_ = 0;

@@ -27,6 +27,7 @@
 // kCutTankFullMessage.
 
 #include <array>
+#include <atomic>
 #include <bitset>
 #include <cstdint>
 #include <memory>
@@ -64,6 +65,12 @@ class LAudioCutTank {
     void SetFolder(const std::string& folder);
     // The folder, ending in a separator, or "".
     const std::string& GetFolder() const { return folder_; }
+
+    // On: every cut's files are flushed to the disk when its writer closes, so a journal
+    // (document_journal.h) written after that never names audio a power cut could lose.
+    // Off by default (tools and tests that keep nothing after a crash). Any thread.
+    void SetSyncCutFiles(bool sync) { syncCutFiles_ = sync; }
+    bool SyncsCutFiles() const { return syncCutFiles_; }
 
     // Takes the lowest free number and gives it a count of 1. When all 65535 numbers are in
     // use it returns 0 without changing any count: the new cut then overwrites cut 0's files.
@@ -125,6 +132,7 @@ class LAudioCutTank {
     std::bitset<kCutNumbers> taken_;
     // Every number below this one is in use, so the search for a free number starts here.
     uint32_t firstMaybeFree_ = 0;
+    std::atomic<bool> syncCutFiles_{false};
 };
 
 // What a command that needs new cuts says when the tank has too few free numbers.

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "core/trace.h"
+#include "edit/document_journal.h"
 
 namespace osmera {
 namespace {
@@ -39,14 +40,21 @@ bool ProcessRuns(pid_t pid) {
     return pid == getpid() || kill(pid, 0) == 0 || errno != ESRCH;
 }
 
-// Deletes the cut files and the lock file of `dir`, then the folder when nothing else is
-// left in it.
+// A journal's temporary ("document-<id>.journal.tmp") that a killed run left.
+bool IsJournalTempName(const std::string& name) {
+    return name.size() > 4 && name.compare(name.size() - 4, 4, ".tmp") == 0 &&
+           IsJournalFileName(name.substr(0, name.size() - 4));
+}
+
+// Deletes the cut files, journals and the lock file of `dir`, then the folder when nothing
+// else is left in it.
 void RemoveOurFiles(const fs::path& dir) {
     std::error_code ec;
     std::vector<fs::path> doomed;
     for (fs::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec)) {
         const std::string name = it->path().filename().string();
-        if ((LCutFolder::IsCutFileName(name) || name == LCutFolder::kLockName) &&
+        if ((LCutFolder::IsCutFileName(name) || name == LCutFolder::kLockName ||
+             IsJournalFileName(name) || IsJournalTempName(name)) &&
             it->symlink_status(ec).type() == fs::file_type::regular) {
             doomed.push_back(it->path());
         }
@@ -65,17 +73,20 @@ bool RemoveIfDead(const fs::path& dir) {
         // Its owner holds this lock until it has removed the folder; taking it means the
         // owner is gone. Holding it while deleting keeps a second cleaner out.
         const bool dead = ::flock(fd, LOCK_EX | LOCK_NB) == 0;
-        if (dead)
+        // A dead run whose journals describe unsaved documents keeps its folder: the
+        // editor offers to recover them (journal_recovery.h).
+        const bool keep = dead && !ListJournals(dir.string()).empty();
+        if (dead && !keep)
             RemoveOurFiles(dir);
         ::close(fd);
-        return dead;
+        return dead && !keep;
     }
     if (errno != ENOENT)
         return false;
     // No lock file: an owner between making its folder and locking it, or one that died
     // right there. Only the process in the name can tell.
     const pid_t pid = PidInName(dir.filename().string());
-    if (pid <= 0 || ProcessRuns(pid))
+    if (pid <= 0 || ProcessRuns(pid) || !ListJournals(dir.string()).empty())
         return false;
     RemoveOurFiles(dir);
     return true;
@@ -92,6 +103,21 @@ bool LCutFolder::IsCutFileName(const std::string& name) {
             return false;
     }
     return name.compare(dot, 4, ".aud") == 0 || name.compare(dot, 4, ".grf") == 0;
+}
+
+int LCutFolder::LockIfDead(const std::string& dir) {
+    const int fd = ::open((fs::path(dir) / kLockName).c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW);
+    if (fd < 0)
+        return -1;
+    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+void LCutFolder::RemoveFolder(const std::string& dir) {
+    RemoveOurFiles(dir);
 }
 
 int LCutFolder::CleanDeadFolders(const std::string& parent) {

@@ -14,7 +14,9 @@
 // system drops a flock when its holder ends however it ends, so a lock that can be taken
 // has no owner left. The next tank that starts in the same parent removes what those
 // folders hold of ours (cut files and the lock file) and the folders themselves when they
-// are then empty; a file of anyone else stays, and so does the folder holding it.
+// are then empty; a file of anyone else stays, and so does the folder holding it. A dead
+// folder that holds document journals (document_journal.h) is left whole: its cuts are
+// unsaved work that the editor offers to recover (journal_recovery.h).
 //
 // The object owns its folder: its destruction removes the lock file and the folder (when
 // empty; cut files are the tank's to delete first) and releases the lock. One thread at a
@@ -44,6 +46,14 @@ class LCutFolder {
     // lock file, whose process in the name no longer runs). Only cut files and the lock
     // file are deleted. Returns how many folders were removed.
     static int CleanDeadFolders(const std::string& parent);
+
+    // Takes the lock of the folder `dir` of another run when that run has ended: the
+    // descriptor holding it (close it to let go), or -1 when the run lives or the folder
+    // has no lock file.
+    static int LockIfDead(const std::string& dir);
+    // Deletes what a run of ours keeps in `dir` (cut files, journals, the lock file) and
+    // the folder when nothing else is left in it.
+    static void RemoveFolder(const std::string& dir);
 
     // True for the name of a cut file: decimal digits followed by ".aud" or ".grf".
     static bool IsCutFileName(const std::string& name);

@@ -83,6 +83,13 @@ int LDocumentController::SaveCurrentFile(const std::string& path, const LWriteOp
     return kJobDone;
 }
 
+LOMFile& LDocumentController::AdoptDocument(std::unique_ptr<LOMFile> doc) {
+    documents_.push_back(std::move(doc));
+    LOMFile& adopted = *documents_.back();
+    SetCurrent(&adopted);
+    return adopted;
+}
+
 void LDocumentController::CloseDocument(LOMFile* doc) {
     auto it = std::find_if(documents_.begin(), documents_.end(),
                            [doc](const auto& d) { return d.get() == doc; });

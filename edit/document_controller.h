@@ -106,6 +106,9 @@ class LDocumentController {
     // file gets its bookmarks and regions as cue points (read back by OpenDocument).
     int SaveCurrentFile(const std::string& path, const LWriteOptions& options, LProgress* progress,
                         std::string* message = nullptr);
+    // Takes `doc` (a document recovered after a crash, say) into the list of open documents;
+    // it becomes current.
+    LOMFile& AdoptDocument(std::unique_ptr<LOMFile> doc);
     // Closes `doc` without asking (the editor asks "Save changes" before). The next
     // document, else the previous one, becomes current.
     void CloseDocument(LOMFile* doc);

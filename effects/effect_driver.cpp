@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "core/format_match.h"
+#include "core/test_stop.h"
 #include "core/trace.h"
 #include "edit/audio_cut_tank.h"
 #include "edit/src_cut_list_audio.h"
@@ -268,6 +269,8 @@ LEffectResult LEffectDriver::Run(LEffectId id, LEffectDialog* dialog) {
     const int32_t rangeEnd = doc->selEnd;
     const int64_t before = doc->audio.GetLength();
     result.code = Process(info, *doc, values, position, result);
+    // Tests kill the editor here: the effect's audio is in, its end not yet announced.
+    StopHereForTests("effect");
     switch (result.code) {
         case kJobDone:
             result.status = LEffectStatus::kApplied;
