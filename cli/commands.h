@@ -14,5 +14,6 @@ int RunRecord(int argc, char** argv);
 int RunImage(int argc, char** argv);
 int RunSpectrum(int argc, char** argv);
 int RunMarkers(int argc, char** argv);
+int RunPlugins(int argc, char** argv);
 
 }  // namespace osmera::cli

@@ -14,6 +14,8 @@ packages=(
   ffmpeg flac lame vorbis-tools opus-tools
   libtag1-dev libfftw3-dev librubberband-dev libebur128-dev libpng-dev
   clang libclang-rt-dev clang-format
+  # plug-in hosting (LV2 through lilv, LADSPA) and the plug-ins its tests run
+  liblilv-dev lv2-dev ladspa-sdk swh-plugins swh-lv2
 )
 
 missing=()
