@@ -5,7 +5,7 @@
 
 namespace osmera {
 
-// CD tracks, sending, plug-in effects and text to speech.
+// CD tracks, sending and text to speech.
 
 void MainDialog::CmLoadCdTracks() {
     NotAvailable(kIdLoadCdTracks);
@@ -13,14 +13,6 @@ void MainDialog::CmLoadCdTracks() {
 
 void MainDialog::CmSend() {
     NotAvailable(kIdSend);
-}
-
-void MainDialog::CmPluginEffects() {
-    NotAvailable(kIdPluginEffects);
-}
-
-void MainDialog::CmPlugins() {
-    NotAvailable(kIdPlugins);
 }
 
 void MainDialog::CmTextToSpeech() {
