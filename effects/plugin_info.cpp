@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 #include <cstdlib>
 #include <sstream>
 
@@ -86,11 +87,11 @@ std::string Unescape(const std::string& s) {
     return out;
 }
 
+// The shortest text that reads back as the same float.
 std::string Number(float v) {
-    std::ostringstream os;
-    os.precision(9);
-    os << v;
-    return os.str();
+    char buf[32];
+    const auto r = std::to_chars(buf, buf + sizeof buf, v);
+    return std::string(buf, r.ptr);
 }
 
 bool ParseFloat(const std::string& s, float& v) {
