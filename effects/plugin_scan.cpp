@@ -336,9 +336,17 @@ std::shared_ptr<const LPluginCatalog> InstalledPlugins(const LPluginScanSettings
                                                        bool rescan) {
     static std::mutex mutex;
     static std::shared_ptr<const LPluginCatalog> catalog;
+    static std::string scannedWith;  // the folders and cache of that catalog
+    std::string key = settings.cacheFile;
+    for (const std::string& f : Lv2Folders(settings.lv2Extra))
+        key += "\n" + f;
+    for (const std::string& f : LadspaFolders(settings.ladspaExtra))
+        key += "\n" + f;
     std::lock_guard lock(mutex);
-    if (!catalog || rescan)
+    if (!catalog || rescan || key != scannedWith) {
         catalog = std::make_shared<const LPluginCatalog>(ScanPlugins(settings));
+        scannedWith = key;
+    }
     return catalog;
 }
 

@@ -52,7 +52,9 @@ std::string FindPluginScanner();
 LPluginCatalog ScanPlugins(const LPluginScanSettings& settings);
 
 // The catalog this process works with: scanned (or read from the cache) at the first call
-// and kept; `rescan` scans again (with the cache: only what changed). Any thread.
+// and kept while the folders searched and the cache file stay the same (a changed folder
+// setting scans again); `rescan` scans again (with the cache: only what changed). Any
+// thread.
 std::shared_ptr<const LPluginCatalog> InstalledPlugins(const LPluginScanSettings& settings,
                                                        bool rescan = false);
 
