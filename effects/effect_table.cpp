@@ -170,10 +170,24 @@ std::vector<LEffectInfo> BuildTable() {
         {Id::kManualClickPop, "Manual Click/Pop Repair", "Manual Click/Pop Repair", "", {}, {}});
     // The plug-in rows: the plug-in and its values are chosen in the plug-in dialog; the
     // extra folder of each kind is "LV2Folder" or "LADSPAFolder" in section "Settings".
-    t.push_back({Id::kLv2Effects, "LV2 Effects", "LV2 Effects", "Applying LV2 Effect", {}, {}, "",
-                 false, "Applying LV2 effect FAILED."});
-    t.push_back({Id::kLadspaPlugins, "LADSPA Plugins", "LADSPA Plugins", "Applying LADSPA Effect",
-                 {}, {}, "", false, "Applying LADSPA effect FAILED."});
+    t.push_back({Id::kLv2Effects,
+                 "LV2 Effects",
+                 "LV2 Effects",
+                 "Applying LV2 Effect",
+                 {},
+                 {},
+                 "",
+                 false,
+                 "Applying LV2 effect FAILED."});
+    t.push_back({Id::kLadspaPlugins,
+                 "LADSPA Plugins",
+                 "LADSPA Plugins",
+                 "Applying LADSPA Effect",
+                 {},
+                 {},
+                 "",
+                 false,
+                 "Applying LADSPA effect FAILED."});
     return t;
 }
 

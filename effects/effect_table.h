@@ -83,7 +83,7 @@ extern const char* const kInvalidValueTitle;    // "Invalid value"
 extern const char* const kStereoRequiredTitle;  // "Convert to Stereo Required"
 extern const char* const kStereoRequiredMessage;
 extern const char* const kManualRepairTooLongMessage;
-extern const char* const kPleaseWaitText;  // "Please wait..."
+extern const char* const kPleaseWaitText;     // "Please wait..."
 extern const char* const kProcessAudioTitle;  // "Process Audio"
 
 // Every effect command, in menu order.

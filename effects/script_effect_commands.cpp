@@ -8,8 +8,8 @@
 #include "effects/effect_driver.h"
 #include "effects/filter_effects.h"
 #include "effects/pitch_effects.h"
-#include "effects/script_words.h"
 #include "effects/script_plugin_commands.h"
+#include "effects/script_words.h"
 
 namespace osmera {
 
