@@ -237,7 +237,7 @@ std::unique_ptr<LPluginInstance> InstantiateLadspa(const LPluginInfo& info, doub
         }
         LADSPA_Handle h = d->instantiate(d, static_cast<unsigned long>(sampleRate));
         if (!h) {
-            error = info.id + " refused to start";
+            error = "refused to start";
             break;
         }
         return std::make_unique<LLadspaInstance>(handle, d, h);

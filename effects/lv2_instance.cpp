@@ -253,7 +253,8 @@ std::unique_ptr<LPluginInstance> InstantiateLv2(const LPluginInfo& info, double 
     }
     auto instance = std::make_unique<LLv2Instance>(plugin, sampleRate, error);
     if (!instance->Ok()) {
-        error = info.name + " " + (error.empty() ? "refused to start" : error);
+        if (error.empty())
+            error = "refused to start";
         return nullptr;
     }
     return instance;
