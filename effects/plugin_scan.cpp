@@ -15,6 +15,7 @@
 #include <map>
 #include <mutex>
 #include <sstream>
+#include <thread>
 
 #include "core/trace.h"
 #include "edit/audio_cut_tank.h"
@@ -307,7 +308,18 @@ LPluginCatalog ScanPlugins(const LPluginScanSettings& settings) {
     }
     catalog.itemsScanned = static_cast<int>(toScan.size());
     if (!toScan.empty()) {
-        ScanItems(settings, lv2Folders, toScan);
+        // Two children at once: some plug-ins take seconds to start (they plan their FFTs),
+        // and each child answers for its own items only. LV2 items stay together so that
+        // only one child reads every bundle's data.
+        std::vector<LItem*> lv2, ladspa;
+        for (LItem* item : toScan)
+            (item->kind == LPluginKind::kLv2 ? lv2 : ladspa).push_back(item);
+        std::vector<LItem*> first = lv2, second;
+        for (size_t i = 0; i < ladspa.size(); ++i)
+            (i % 2 == 0 ? second : first).push_back(ladspa[i]);
+        std::thread other([&] { ScanItems(settings, lv2Folders, second); });
+        ScanItems(settings, lv2Folders, first);
+        other.join();
         if (!settings.cacheFile.empty())
             WriteCache(settings.cacheFile, items);
     }

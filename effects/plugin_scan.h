@@ -2,11 +2,11 @@
 // Finding the installed plug-ins without letting one of them take the program down.
 //
 // Each LADSPA library and LV2 bundle is an "item". Items are read by the helper program
-// osmera-plugin-scan in a child process, which loads each plug-in and runs it briefly on
-// silence; a child that crashes or stops answering (time-out per item) is ended, that one
-// item is skipped and named, and a new child goes on with the items after it. The results
-// are kept in a cache file keyed by each item's path and modification time, so the next
-// start reads only what changed.
+// osmera-plugin-scan in child processes (two at once), which load each plug-in and run it
+// briefly on silence; a child that crashes or stops answering (time-out per item) is ended, that
+// one item is skipped and named, and a new child goes on with the items after it. The results are
+// kept in a cache file keyed by each item's path and modification time, so the next start reads
+// only what changed.
 //
 // ScanPlugins blocks while children run; it may be called from any thread, but two calls
 // with the same cache file at once each write it whole (the last one wins).
