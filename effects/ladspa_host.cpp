@@ -152,13 +152,13 @@ DescriptorFn OpenLibrary(const std::string& path, void*& handle, std::string& er
 
 class LLadspaInstance : public LPluginInstance {
   public:
-    LLadspaInstance(void* library, const LADSPA_Descriptor* d, LADSPA_Handle h)
-        : library_(library), d_(d), h_(h) {}
+    LLadspaInstance(const LADSPA_Descriptor* d, LADSPA_Handle h) : d_(d), h_(h) {}
     ~LLadspaInstance() override {
         if (active_ && d_->deactivate)
             d_->deactivate(h_);
         d_->cleanup(h_);
-        dlclose(library_);
+        // The library stays loaded for the life of the process: plug-ins may leave threads
+        // or handlers behind, and unloading them is where hosts crash.
     }
     void ConnectPort(uint32_t index, void* data) override {
         d_->connect_port(h_, index, static_cast<LADSPA_Data*>(data));
@@ -176,7 +176,6 @@ class LLadspaInstance : public LPluginInstance {
     void Run(uint32_t frames) override { d_->run(h_, frames); }
 
   private:
-    void* library_;
     const LADSPA_Descriptor* d_;
     LADSPA_Handle h_;
     bool active_ = false;
@@ -240,7 +239,7 @@ std::unique_ptr<LPluginInstance> InstantiateLadspa(const LPluginInfo& info, doub
             error = "refused to start";
             break;
         }
-        return std::make_unique<LLadspaInstance>(handle, d, h);
+        return std::make_unique<LLadspaInstance>(d, h);
     }
     if (error.empty())
         error = info.path + " holds no plug-in " + info.id;

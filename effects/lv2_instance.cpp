@@ -1,5 +1,6 @@
 // Running LV2 plug-ins: InstantiateLv2 of effects/plugin_instance.h.
 
+#include <dlfcn.h>
 #include <lilv/lilv.h>
 #include <lv2/atom/atom.h>
 #include <lv2/buf-size/buf-size.h>
@@ -110,6 +111,13 @@ class LLv2Instance : public LPluginInstance {
         if (!instance_) {
             error = "refused to start";
             return;
+        }
+        // The plug-in's binary stays loaded for the life of the process (lilv would unload
+        // it with its last instance): plug-ins may leave threads or handlers behind.
+        if (char* binary = lilv_file_uri_parse(
+                lilv_node_as_uri(lilv_plugin_get_library_uri(plugin)), nullptr)) {
+            dlopen(binary, RTLD_NOW | RTLD_NOLOAD);
+            lilv_free(binary);
         }
         worker_ = static_cast<const LV2_Worker_Interface*>(
             lilv_instance_get_extension_data(instance_, LV2_WORKER__interface));
