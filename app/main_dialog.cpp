@@ -311,11 +311,6 @@ bool MainDialog::JobFinished(int result, const std::string& message) {
     return result == kJobDone;
 }
 
-void MainDialog::NotAvailable(uint16_t id) {
-    const LCommandRow* row = FindCommand(id);
-    NotAvailable(row ? FeatureName(*row) : QStringLiteral("This command"));
-}
-
 void MainDialog::NotAvailable(const QString& feature) {
     prompts_.Inform(QStringLiteral("Osmera"),
                     QStringLiteral("%1 is not available in this version.").arg(feature));

@@ -36,12 +36,14 @@
 #include "effects/noise_reduction.h"
 
 class QAction;
+class QDialog;
 class QMdiSubWindow;
 
 namespace osmera {
 
 class LCommandMenus;
 class LDocumentJournalKeeper;
+enum class LPluginKind;
 class LEffectDialog;
 class LEffectDriver;
 class LEqualizerDialog;
@@ -136,6 +138,9 @@ class MainDialog : public QObject, public LDocumentListener {
     }
     void SetSpeechDialogRunner(std::function<int(LSpeechDialog&)> run) {
         speechDialogRunner_ = std::move(run);
+    // Tests: runs the plug-in browser and parameter dialogs instead of their exec().
+    void SetPluginDialogRunner(std::function<int(QDialog&)> run) {
+        pluginDialogRunner_ = std::move(run);
     }
     // Playback (editor_transport.h); the pause button and the level meter of the tool bar.
     LEditorTransport& Transport() { return *transport_; }
@@ -224,8 +229,9 @@ class MainDialog : public QObject, public LDocumentListener {
     // equalizer gains) before it runs.
     void RunEffect(LEffectId id, LEffectDialog* dialog = nullptr,
                    const std::function<void(LEffectDriver&)>& prepare = {});
-    void NotAvailable(uint16_t id);
     void NotAvailable(const QString& feature);
+    // The plug-in commands: browser, parameters, then the effect (main_dialog_plugins.cpp).
+    void RunPluginCommand(LPluginKind kind);
     void TileWindows(bool stacked);
     // The transport's tool bar pieces and reports (main_dialog_control.cpp).
     void AttachTransport();
@@ -381,6 +387,8 @@ class MainDialog : public QObject, public LDocumentListener {
     std::function<int(LOMEffectDialog&)> effectDialogRunner_;
     std::function<int(LEqualizerDialog&)> equalizerDialogRunner_;
     std::function<int(LSpeechDialog&)> speechDialogRunner_;
+    std::function<int(QDialog&)> pluginDialogRunner_;
+    bool pluginFailuresShown_ = false;  // the plug-ins the scan skipped were named once
     // The noise Noise Reduction removes, taken by its dialog; kept for the whole run.
     LNoiseProfile noiseProfile_;
     int busy_ = 0;  // > 0 while a file job runs; requests from outside wait for it

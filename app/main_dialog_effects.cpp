@@ -49,6 +49,8 @@ void MainDialog::RunEffect(LEffectId id, LEffectDialog* dialog,
             NotAvailable(QString::fromUtf8(info.command));
             break;
         case LEffectStatus::kJobFailed:
+            if (!result.message.empty())  // the driver has shown the effect's own message
+                break;
             prompts_.Warn(
                 QString::fromUtf8(info.command),
                 QStringLiteral("The effect could not be applied. The file is unchanged."));

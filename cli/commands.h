@@ -22,5 +22,6 @@ int RunIso(int argc, char** argv);
 int RunCdBurn(int argc, char** argv);
 int RunSpeak(int argc, char** argv);
 int RunVoices(int argc, char** argv);
+int RunPlugins(int argc, char** argv);
 
 }  // namespace osmera::cli

@@ -52,6 +52,12 @@ const Command kCommands[] = {
     {"devices", osmera::cli::RunDevices,
      "devices\n"
      "      Lists the sound output and input devices with their numbers (0: default).\n"},
+    {"plugins", osmera::cli::RunPlugins,
+     "plugins [WORD] [--rescan] [--settings FILE]\n"
+     "      Lists the installed LV2 and LADSPA plug-ins (URI or label, name, ports), or\n"
+     "      those whose URI, label, name or maker holds WORD. Scripts apply them with\n"
+     "      lv2 URI [PORT=VALUE...] and ladspa LABEL [PORT=VALUE...]. The scan is cached;\n"
+     "      --rescan reads every plug-in again.\n"},
     {"play", osmera::cli::RunPlay,
      "play FILE [--device N|file:OUT.wav] [--from TIME] [--fast]\n"
      "      Plays FILE to its end (Ctrl+C stops). file:OUT.wav writes what would be\n"

@@ -60,6 +60,8 @@ bool IsEffectProcessed(LEffectId id) {
         case LEffectId::kPasteMix:
         case LEffectId::kMixFile:
         case LEffectId::kLoudnessNormalize:
+        case LEffectId::kLv2Effects:
+        case LEffectId::kLadspaPlugins:
             return true;
         default:
             return HasEffectSource(id);
@@ -283,6 +285,14 @@ LEffectResult LEffectDriver::Run(LEffectId id, LEffectDialog* dialog) {
             break;
         default:
             result.status = LEffectStatus::kJobFailed;
+            // A plug-in that fails says so; the document is as it was.
+            if (*info.failedMessage) {
+                result.title = kProcessAudioTitle;
+                result.message = info.failedMessage;
+                LTracef("LEffectDriver::Run %s: %s", info.command, result.detail.c_str());
+                if (dialog)
+                    dialog->ShowMessage(result.title, result.message);
+            }
             break;
     }
     return result;
@@ -379,6 +389,18 @@ int LEffectDriver::Process(const LEffectInfo& info, LOMFile& doc,
             return job([&](LProgress& p) { return CrossFade(p, request, mixSource_); });
         case LEffectId::kLoudnessNormalize:
             return job([&](LProgress& p) { return LoudnessNormalize(p, request); });
+        case LEffectId::kLv2Effects:
+        case LEffectId::kLadspaPlugins: {
+            const LPluginKind kind =
+                info.id == LEffectId::kLv2Effects ? LPluginKind::kLv2 : LPluginKind::kLadspa;
+            if (!plugin_ || plugin_->info.kind != kind) {
+                result.detail = "no plug-in was chosen";
+                return kJobFailed;
+            }
+            return job([&](LProgress& p) {
+                return PumpPlugin(p, request, *plugin_, title, result.detail);
+            });
+        }
         default:
             if (HasEffectSource(info.id))
                 return job([&](LProgress& p) { return PumpEffectSource(p, request, info.id); });

@@ -22,6 +22,7 @@
 #include "effects/effect_table.h"
 #include "effects/level_effects.h"
 #include "effects/noise_reduction.h"
+#include "effects/plugin_source.h"
 
 namespace osmera {
 
@@ -92,6 +93,7 @@ struct LEffectResult {
     std::string title;    // the message shown, if any
     std::string message;
     int32_t repairs = 0;  // clicks repaired by the automatic click repair
+    std::string detail;   // why a plug-in failed, for the trace and the command line
 };
 
 // Refusals of the mixing effects (titled "Osmera"): nothing on the clipboard for paste mix
@@ -140,6 +142,9 @@ class LEffectDriver {
     void SetEqualizerGains(const std::vector<int32_t>& gainTenths) { equalizer_ = gainTenths; }
     // "equalizer.dat" in the folder "Folders"/"Current".
     std::string EqualizerFilePath();
+    // The plug-in the plug-in commands run (borrowed until Run returns; null: none, which
+    // fails like a plug-in that cannot be loaded). Its kind must match the command's.
+    void SetPlugin(const LPluginChoice* choice) { plugin_ = choice; }
 
   private:
     int Process(const LEffectInfo& info, LOMFile& doc, const std::vector<int32_t>& values,
@@ -155,6 +160,7 @@ class LEffectDriver {
     LNoiseProfile noiseProfile_;
     std::string mixFile_;
     const LCutListAudio* mixList_ = nullptr;
+    const LPluginChoice* plugin_ = nullptr;
     LSourceRef mixSource_;  // the other audio of the mixing effect being run
 };
 

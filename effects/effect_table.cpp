@@ -12,6 +12,7 @@ const char* const kStereoRequiredMessage =
 const char* const kManualRepairTooLongMessage =
     "Osmera cannot do a manual reduction of an area this size. Please select a smaller area.";
 const char* const kPleaseWaitText = "Please wait...";
+const char* const kProcessAudioTitle = "Process Audio";
 
 namespace {
 
@@ -167,9 +168,26 @@ std::vector<LEffectInfo> BuildTable() {
                  {}});
     t.push_back(
         {Id::kManualClickPop, "Manual Click/Pop Repair", "Manual Click/Pop Repair", "", {}, {}});
-    t.push_back(
-        {Id::kDirectX, "DirectX Effects", "DirectX Effects", "Applying DirectX Effect", {}, {}});
-    t.push_back({Id::kVst, "VST Effects", "VST Effects", "Applying VST Effect", {}, {}});
+    // The plug-in rows: the plug-in and its values are chosen in the plug-in dialog; the
+    // extra folder of each kind is "LV2Folder" or "LADSPAFolder" in section "Settings".
+    t.push_back({Id::kLv2Effects,
+                 "LV2 Effects",
+                 "LV2 Effects",
+                 "Applying LV2 Effect",
+                 {},
+                 {},
+                 "",
+                 false,
+                 "Applying LV2 effect FAILED."});
+    t.push_back({Id::kLadspaPlugins,
+                 "LADSPA Plugins",
+                 "LADSPA Plugins",
+                 "Applying LADSPA Effect",
+                 {},
+                 {},
+                 "",
+                 false,
+                 "Applying LADSPA effect FAILED."});
     return t;
 }
 

@@ -45,8 +45,8 @@ enum class LEffectId {
     kDcOffset,
     kAutoClickPop,
     kManualClickPop,
-    kDirectX,
-    kVst,
+    kLv2Effects,     // an LV2 plug-in chosen in the plug-in dialog
+    kLadspaPlugins,  // a LADSPA plug-in chosen in the plug-in dialog
 };
 
 // One remembered parameter: a 32-bit integer read with its default before the dialog
@@ -76,13 +76,15 @@ struct LEffectInfo {
     std::vector<LEffectRule> rules;  // checked in this order; the first failure is reported
     const char* pointFile = "";      // the point-list file in the folder "Current", if any
     bool stereoOnly = false;         // refused on mono files with kStereoRequired*
+    const char* failedMessage = "";  // shown titled kProcessAudioTitle when the job fails
 };
 
 extern const char* const kInvalidValueTitle;    // "Invalid value"
 extern const char* const kStereoRequiredTitle;  // "Convert to Stereo Required"
 extern const char* const kStereoRequiredMessage;
 extern const char* const kManualRepairTooLongMessage;
-extern const char* const kPleaseWaitText;  // "Please wait..."
+extern const char* const kPleaseWaitText;     // "Please wait..."
+extern const char* const kProcessAudioTitle;  // "Process Audio"
 
 // Every effect command, in menu order.
 const std::vector<LEffectInfo>& EffectTable();

@@ -8,6 +8,7 @@
 #include "effects/effect_driver.h"
 #include "effects/filter_effects.h"
 #include "effects/pitch_effects.h"
+#include "effects/script_plugin_commands.h"
 #include "effects/script_words.h"
 
 namespace osmera {
@@ -112,6 +113,8 @@ std::string Outcome(const LEffectInfo& info, const LEffectResult& r) {
         case LEffectStatus::kJobCancelled:
             return std::string(info.command) + " was cancelled";
         case LEffectStatus::kJobFailed:
+            if (!r.message.empty())  // a plug-in's failure message, with why
+                return r.detail.empty() ? r.message : r.message + " (" + r.detail + ")";
             return std::string(info.command) + " failed";
         case LEffectStatus::kNotAvailable:
             return std::string(info.command) + " is not available";
@@ -329,6 +332,7 @@ LSettingsStore& ScriptSettings() {
 
 void RegisterEffectScriptCommands(LScriptCommandTable& table) {
     using Id = LEffectId;
+    RegisterPluginScriptCommands(table);
     table.Add({"amplify",
                "amplify PERCENT",
                {A::kInt},

@@ -19,7 +19,8 @@ namespace osmera {
 // insert-silence-start, insert-silence-current, insert-silence-end, repeat, reverse,
 // click-repair, click-repair-manual, high-pass, equalizer, echo, reverb, compressor, agc,
 // pan, noise-profile, noise-reduction, speed-pitch, tempo, pitch, cross-fade, paste-mix,
-// mix-file, loudness, set, get. Replaces earlier commands of those names.
+// mix-file, loudness, set, get, and the plug-in commands lv2 and ladspa. Replaces earlier
+// commands of those names.
 void RegisterEffectScriptCommands(LScriptCommandTable& table);
 
 // The store the effect and settings commands use on this thread (borrowed; null for the

@@ -22,6 +22,8 @@ packages=(
   libcdio-dev libcdio-paranoia-dev libdiscid-dev libburn-dev libisofs-dev xorriso libxml2-dev
   # Text to speech: the espeak-ng library and its voices.
   libespeak-ng-dev espeak-ng-data
+  # plug-in hosting (LV2 through lilv, LADSPA) and the plug-ins its tests run
+  liblilv-dev lv2-dev ladspa-sdk swh-plugins swh-lv2
 )
 
 missing=()
