@@ -9,9 +9,6 @@
 // Each open document has an LDocumentModel and an LOMFileWindow inside a child window of
 // the frame; the active child window makes its document the controller's current one.
 //
-// Commands of parts that are not built yet show "<Feature> is not available in this
-// version." (main_dialog_pending.cpp holds all of them in one place).
-//
 // Ownership: the frame, settings store, prompts and clipboard are borrowed and outlive the
 // controller; the controller owns the engine's document controller, the models and the
 // menus' bookkeeping (the actions themselves are children of the frame).
