@@ -135,6 +135,7 @@ class MainDialog : public QObject, public LDocumentListener {
     }
     void SetSpeechDialogRunner(std::function<int(LSpeechDialog&)> run) {
         speechDialogRunner_ = std::move(run);
+    }
     // Tests: runs the plug-in browser and parameter dialogs instead of their exec().
     void SetPluginDialogRunner(std::function<int(QDialog&)> run) {
         pluginDialogRunner_ = std::move(run);
