@@ -3,6 +3,8 @@
 #include <charconv>
 #include <cstdio>
 
+#include "core/progress.h"
+
 namespace osmera::cli {
 
 LArgs::LArgs(int argc, char** argv, const std::set<std::string>& valued,
@@ -67,6 +69,18 @@ long LArgs::IntValue(const std::string& option, long def, long lo, long hi) {
 
 void PrintError(const std::string& message) {
     std::fprintf(stderr, "osmera-cli: %s\n", message.c_str());
+}
+
+int JobExitCode(int result, const std::string& out, const std::string& message) {
+    if (result == kJobCancelled) {
+        PrintError("interrupted; " + out + " was left as it was");
+        return kExitCancelled;
+    }
+    if (result != kJobDone) {
+        PrintError(message);
+        return kExitFailed;
+    }
+    return kExitOk;
 }
 
 std::string QuoteValue(const std::string& value, bool force) {

@@ -42,6 +42,10 @@ class LArgs {
 // Prints "osmera-cli: <message>" on stderr.
 void PrintError(const std::string& message);
 
+// The exit code of a job that wrote `out` (kJobDone, kJobCancelled or kJobFailed), after
+// saying on stderr why it did not finish: "interrupted; OUT was left as it was", or `message`.
+int JobExitCode(int result, const std::string& out, const std::string& message);
+
 // Quotes a value for key=value output when it holds spaces, quotes or backslashes, or is
 // empty; always when `force`.
 std::string QuoteValue(const std::string& value, bool force = false);

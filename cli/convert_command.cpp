@@ -101,15 +101,7 @@ int RunConvert(int argc, char** argv) {
     std::string message;
     const int result = SaveSourceAs(source, out, request, &progress, &message);
     progress.Done();
-    if (result == kJobCancelled) {
-        PrintError("interrupted; " + out + " was left as it was");
-        return kExitCancelled;
-    }
-    if (result != kJobDone) {
-        PrintError(message);
-        return kExitFailed;
-    }
-    return kExitOk;
+    return JobExitCode(result, out, message);
 }
 
 }  // namespace osmera::cli

@@ -28,15 +28,7 @@ int RunIso(int argc, char** argv) {
     std::string message;
     const int result = WriteIsoImage(request, out, &progress, &message);
     progress.Done();
-    if (result == kJobCancelled) {
-        PrintError("interrupted; " + out + " was left as it was");
-        return kExitCancelled;
-    }
-    if (result != kJobDone) {
-        PrintError(message);
-        return kExitFailed;
-    }
-    return kExitOk;
+    return JobExitCode(result, out, message);
 }
 
 }  // namespace osmera::cli

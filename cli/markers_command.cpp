@@ -103,15 +103,7 @@ int RunMarkers(int argc, char** argv) {
         LTerminalProgress progress;
         const int result = SaveSourceAs(source, out, request, &progress, &message);
         progress.Done();
-        if (result == kJobCancelled) {
-            PrintError("interrupted; " + out + " was left as it was");
-            return kExitCancelled;
-        }
-        if (result != kJobDone) {
-            PrintError(message);
-            return kExitFailed;
-        }
-        return kExitOk;
+        return JobExitCode(result, out, message);
     }
     for (const LWaveCue& cue : markers.ToWaveCues()) {
         const int32_t start = static_cast<int32_t>(cue.position);

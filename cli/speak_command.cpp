@@ -82,15 +82,7 @@ int RunSpeak(int argc, char** argv) {
         result = SaveAudioFile(speech, out, options, nullptr, &progress, &error, "Saving", &cues);
     }
     progress.Done();
-    if (result == kJobCancelled) {
-        PrintError("interrupted; " + out + " was not written");
-        return kExitCancelled;
-    }
-    if (result != kJobDone) {
-        PrintError(error);
-        return kExitFailed;
-    }
-    return kExitOk;
+    return JobExitCode(result, out, error);
 }
 
 }  // namespace osmera::cli
