@@ -15,11 +15,47 @@ constexpr int kMovedMs = 500;
 
 LDocumentJournalKeeper::LDocumentJournalKeeper(std::function<bool()> canWrite, QObject* parent)
     : QObject(parent), canWrite_(std::move(canWrite)) {
+    queue_ = std::make_unique<LJournalWriteQueue>([this](const std::string& label,
+                                                         const std::string& message) {
+        // Writer thread: the signal is emitted on the GUI thread.
+        const QString name = QString::fromStdString(label), why = QString::fromStdString(message);
+        QMetaObject::invokeMethod(
+            this,
+            [this, name, why]() {
+                emit writeFailed(QStringLiteral("The recovery journal of %1 cannot be written: %2")
+                                     .arg(name, why));
+            },
+            Qt::QueuedConnection);
+    });
     timer_.setSingleShot(true);
     connect(&timer_, &QTimer::timeout, this, &LDocumentJournalKeeper::Flush);
 }
 
-LDocumentJournalKeeper::~LDocumentJournalKeeper() = default;
+LDocumentJournalKeeper::~LDocumentJournalKeeper() {
+    // The writers remove their journals through the queue, which must still run.
+    writers_.clear();
+    queue_.reset();
+}
+
+bool LDocumentJournalKeeper::WaitWritten() {
+    return queue_->Drain();
+}
+
+bool LDocumentJournalKeeper::KeepUnsaved() {
+    if (!enabled_)
+        return false;
+    Flush();
+    bool kept = false;
+    for (auto& [doc, writer] : writers_) {
+        if (doc->modified) {
+            writer->Keep();
+            kept = true;
+        }
+    }
+    WaitWritten();
+    LTracef("LDocumentJournalKeeper::KeepUnsaved %s", kept ? "journals kept" : "nothing to keep");
+    return kept;
+}
 
 void LDocumentJournalKeeper::SetEnabled(bool enabled) {
     enabled_ = enabled && !LAudioCutTank::Instance().GetFolder().empty();
@@ -65,7 +101,7 @@ void LDocumentJournalKeeper::Flush() {
         std::unique_ptr<LDocumentJournalWriter>& writer = writers_[doc];
         if (!writer)
             writer = std::make_unique<LDocumentJournalWriter>(LAudioCutTank::Instance().GetFolder(),
-                                                              nextId_++);
+                                                              nextId_++, queue_.get());
         std::string message;
         if (!writer->Write(*doc, &message)) {
             LTracef("LDocumentJournalKeeper::Flush %s", message.c_str());

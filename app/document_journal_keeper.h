@@ -10,10 +10,14 @@
 // dies in the middle of an effect comes back as it was before it. A document that closes
 // takes its journal with it, and so does the keeper's end (a normal exit).
 //
+// The GUI thread only builds a journal's bytes; the keeper's writer thread
+// (LJournalWriteQueue) puts them on the disk; only the newest state per document waits.
+// Closing a document and the keeper's end wait for it (traced on a time-out).
+//
 // Off until SetEnabled(true) (the editor's start-up turns it on; the editor's tests leave it
 // off unless they test it). On, it also has the cut tank flush every new cut to the disk.
 // Ownership: documents are borrowed; the owner calls Closed before a document is freed. Threads:
-// GUI thread only.
+// GUI thread only (the writer thread reports failures through a queued signal).
 
 #include <QObject>
 #include <QString>
@@ -24,6 +28,7 @@
 #include <set>
 
 #include "edit/document_journal.h"
+#include "edit/journal_write_queue.h"
 #include "edit/om_file.h"
 
 namespace osmera {
@@ -49,8 +54,18 @@ class LDocumentJournalKeeper : public QObject {
     void Closed(const LOMFile* doc);
     // Writes the marked documents' journals now, unless a job runs (then after it).
     void Flush();
-    // True while a document's journal still waits to be written.
+    // True while a document's journal still waits to be handed to the writer.
     bool HasPending() const { return !pending_.empty(); }
+    // Waits (at most LJournalWriteQueue::kWaitMs) until the writer has put every handed-over
+    // journal on the disk. False on a time-out.
+    bool WaitWritten();
+    // The program ends without asking (a termination signal, the end of the session): the
+    // marked journals are written now (unless a job runs: then the state before it stays),
+    // and the journals of documents with unsaved changes, with the cuts they name, stay on
+    // the disk when their documents close, for the next start to offer. True when at least
+    // one was kept; then the exit must leave the working folder
+    // (LAudioCutTank::KeepReferencedCutFiles).
+    bool KeepUnsaved();
 
   signals:
     // A journal could not be written (a full disk, say): `message` for the status bar.
@@ -60,6 +75,8 @@ class LDocumentJournalKeeper : public QObject {
     std::function<bool()> canWrite_;
     bool enabled_ = false;
     std::set<LOMFile*> pending_;
+    // Declared before the writers: they hand their removal to it when they go.
+    std::unique_ptr<LJournalWriteQueue> queue_;
     std::map<const LOMFile*, std::unique_ptr<LDocumentJournalWriter>> writers_;
     uint32_t nextId_ = 1;
     QTimer timer_;

@@ -109,6 +109,7 @@ int main(int argc, char** argv) {
     const bool tankReady = LAudioCutTank::Instance().OpenFolderIn(workingFolder, &tankMessage);
 
     int status = 0;
+    bool keptUnsaved = false;  // journals of unsaved documents stay for the next start
     {
         LMDIMainWindow frame;
         LQtUserPrompts prompts(&frame);
@@ -135,11 +136,13 @@ int main(int argc, char** argv) {
         QObject::connect(&instance, &LSingleInstance::runBatchRequested, &controller,
                          &MainDialog::RunBatchScript);
 
-        // A termination signal closes the frame from the event loop, without questions.
+        // A termination signal closes the frame from the event loop, without questions; the
+        // journals of unsaved documents stay for the next start to offer.
         LUnixSignalNotifier terminations;
         QObject::connect(
             &terminations, &LUnixSignalNotifier::terminationRequested, &frame,
-            [&frame](int) {
+            [&frame, &controller, &keptUnsaved](int) {
+                keptUnsaved = controller.Journal().KeepUnsaved() || keptUnsaved;
                 // While a question is open the frame is already closing and refuses a
                 // second close: then the event loops end directly.
                 frame.CloseWithoutAsking();
@@ -147,10 +150,13 @@ int main(int argc, char** argv) {
                     QCoreApplication::exit(0);
             },
             Qt::QueuedConnection);
-        // The session is ending: ask about modified documents while the user can answer.
+        // The session is ending: ask about modified documents while the user can answer;
+        // when it cannot, their journals stay as after a termination signal.
         QObject::connect(&app, &QGuiApplication::commitDataRequest, &controller,
-                         [&controller](QSessionManager& manager) {
-                             if (manager.allowsInteraction() && !controller.QueryCloseAll())
+                         [&controller, &keptUnsaved](QSessionManager& manager) {
+                             if (!manager.allowsInteraction())
+                                 keptUnsaved = controller.Journal().KeepUnsaved() || keptUnsaved;
+                             else if (!controller.QueryCloseAll())
                                  manager.cancel();
                              manager.release();
                          });
@@ -174,6 +180,9 @@ int main(int argc, char** argv) {
         status = app.exec();
     }
     SetGuiDispatcher(nullptr);
-    LAudioCutTank::Instance().DeleteAllCutFiles();
+    if (keptUnsaved)
+        LAudioCutTank::Instance().KeepReferencedCutFiles();
+    else
+        LAudioCutTank::Instance().DeleteAllCutFiles();
     return status;
 }

@@ -152,6 +152,21 @@ void LAudioCutTank::DeleteAllCutFilesLocked() {
     }
 }
 
+void LAudioCutTank::KeepReferencedCutFiles() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (folder_.empty())
+        return;
+    for (uint32_t n = 0; n < kCutNumbers; ++n) {
+        if (taken_.test(n) && refCount_[n] == 0)
+            DeleteFilesOf(n);
+    }
+    if (ownFolder_)
+        ownFolder_->KeepAfterExit();
+    taken_.reset();
+    ownFolder_.reset();
+    folder_.clear();
+}
+
 void LAudioCutTank::Reset() {
     std::lock_guard<std::mutex> lock(mutex_);
     LeaveFolderLocked();

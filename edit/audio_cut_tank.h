@@ -107,6 +107,11 @@ class LAudioCutTank {
     // referenced; other files stay, also those named like cuts. Runs at exit; counts are
     // left as they are.
     void DeleteAllCutFiles();
+    // The exit that keeps unsaved work (a termination signal, the end of the session with
+    // journals kept, document_journal.h): deletes the files of the cuts nothing references
+    // any more and leaves the rest, the journals and the lock file in the folder, which the
+    // next start then finds as a dead run's. The tank has no folder afterwards.
+    void KeepReferencedCutFiles();
 
     // Deletes every cut file, sets every count to 0 and forgets the folder; a folder of
     // the tank's own (OpenFolderIn) is removed and its lock released. Only while no list,

@@ -178,6 +178,10 @@ std::unique_ptr<LCutFolder> LCutFolder::Create(const std::string& parent, std::s
 LCutFolder::~LCutFolder() {
     // Lock file first, folder next, lock last: a cleaner that finds the lock file also
     // finds it held, and one that finds none sees this process still running.
+    if (keep_) {
+        ::close(lockFd_);
+        return;
+    }
     ::unlink((fs::path(path_) / kLockName).c_str());
     if (::rmdir(path_.c_str()) != 0)
         LTracef("LCutFolder::~LCutFolder %s not removed", path_.c_str());

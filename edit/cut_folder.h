@@ -40,6 +40,10 @@ class LCutFolder {
 
     // The folder, without a trailing separator.
     const std::string& Path() const { return path_; }
+    // Lets the folder outlive this object as a dead run's: the destruction then only
+    // releases the lock and leaves the lock file and the folder, so the next start finds
+    // the folder dead and offers the journals in it.
+    void KeepAfterExit() { keep_ = true; }
 
     // Removes from `parent` what dead programs of ours left: every "osmera-run-*" folder
     // whose "osmera.lock" nobody holds (or, while a starting owner has not yet made its
@@ -66,6 +70,7 @@ class LCutFolder {
 
     std::string path_;
     int lockFd_;
+    bool keep_ = false;
 };
 
 }  // namespace osmera

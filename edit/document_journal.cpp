@@ -13,6 +13,7 @@
 #include "core/test_stop.h"
 #include "core/trace.h"
 #include "edit/audio_cut_tank.h"
+#include "edit/journal_write_queue.h"
 
 namespace osmera {
 
@@ -337,22 +338,26 @@ bool WriteFileAtomically(const std::string& path, const std::string& bytes, std:
     return true;
 }
 
-LDocumentJournalWriter::LDocumentJournalWriter(std::string folder, uint32_t id)
-    : path_(JournalPath(folder, id)) {}
+LDocumentJournalWriter::LDocumentJournalWriter(std::string folder, uint32_t id,
+                                               LJournalWriteQueue* queue)
+    : path_(JournalPath(folder, id)), queue_(queue) {}
 
 LDocumentJournalWriter::~LDocumentJournalWriter() {
+    if (keep_)
+        return;  // the journal and its cut references outlive this run
+    if (queue_) {
+        queue_->Remove(path_);
+        return;
+    }
     std::remove(path_.c_str());
-    LAudioCutTank& tank = LAudioCutTank::Instance();
-    for (uint16_t n : pinned_)
-        tank.DecRef(n);
+    ReleaseCuts(pinned_);
 }
 
 bool LDocumentJournalWriter::Write(const LOMFile& doc, std::string* message) {
     const LJournalState state = DescribeForJournal(doc);
-    if (!WriteFileAtomically(path_, EncodeJournal(state), message))
-        return false;
-    // The new journal's cuts are held before the old journal's are let go, so a cut that
-    // both name never reaches a count of 0 in between.
+    // The cuts the new journal names are held from now on, so none of them can go while
+    // the journal waits or is written; the old journal's are let go only once the new one
+    // is in place, and a cut that both name never reaches a count of 0 in between.
     std::vector<uint16_t> named;
     auto add = [&named](const LJournalList& list) {
         for (const LAudioCut& e : list.entries) {
@@ -368,8 +373,15 @@ bool LDocumentJournalWriter::Write(const LOMFile& doc, std::string* message) {
     LAudioCutTank& tank = LAudioCutTank::Instance();
     for (uint16_t n : named)
         tank.IncRef(n);
-    for (uint16_t n : pinned_)
-        tank.DecRef(n);
+    if (queue_) {
+        queue_->Post(path_, EncodeJournal(state), std::move(named), state.DisplayName());
+        return true;
+    }
+    if (!WriteFileAtomically(path_, EncodeJournal(state), message)) {
+        ReleaseCuts(named);
+        return false;
+    }
+    ReleaseCuts(pinned_);
     pinned_ = std::move(named);
     return true;
 }

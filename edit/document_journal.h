@@ -81,24 +81,36 @@ bool IsJournalFileName(const std::string& name);
 // The journals in `folder`, sorted by name.
 std::vector<std::string> ListJournals(const std::string& folder);
 
+class LJournalWriteQueue;
+
 // Writes and removes the journal of one document and keeps the cuts it names alive.
+// Without a queue it writes on the caller's thread; with one (borrowed, outliving the
+// writer) the caller only builds the bytes and the queue's thread writes them
+// (journal_write_queue.h), and the queue keeps the cut references.
 class LDocumentJournalWriter {
   public:
     // `folder`: the tank's working folder (ending in '/' or not).
-    LDocumentJournalWriter(std::string folder, uint32_t id);
-    // Removes the journal and lets go of its cuts (a document that closes normally).
+    LDocumentJournalWriter(std::string folder, uint32_t id, LJournalWriteQueue* queue = nullptr);
+    // Removes the journal and lets go of its cuts (a document that closes normally); with a
+    // queue, after its write in progress (LJournalWriteQueue::Remove).
     ~LDocumentJournalWriter();
     LDocumentJournalWriter(const LDocumentJournalWriter&) = delete;
     LDocumentJournalWriter& operator=(const LDocumentJournalWriter&) = delete;
 
     // Writes `doc`'s state atomically. False (the previous journal left in place,
-    // `message` set when given) when the disk refused it.
+    // `message` set when given) when the disk refused it. With a queue: hands the state
+    // over and returns true; the queue reports failures.
     bool Write(const LOMFile& doc, std::string* message = nullptr);
+    // Leaves the journal and its cuts on the disk when the writer goes (an exit that must
+    // keep unsaved work for the next start).
+    void Keep() { keep_ = true; }
     const std::string& Path() const { return path_; }
 
   private:
     std::string path_;
-    std::vector<uint16_t> pinned_;  // cuts of the journal on disk, one reference each
+    LJournalWriteQueue* queue_;
+    bool keep_ = false;
+    std::vector<uint16_t> pinned_;  // without a queue: cuts of the journal on disk, one each
 };
 
 // Writes `bytes` to `path` through "<path>.tmp", flushed to the disk and renamed over

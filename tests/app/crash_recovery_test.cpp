@@ -307,5 +307,34 @@ TEST_F(CrashRecoveryTest, KilledMidEffectOrMidJournalKeepsTheStateBefore) {
     }
 }
 
+// SIGTERM closes without asking but keeps an unsaved document for the next start; an
+// unmodified one leaves nothing behind.
+TEST_F(CrashRecoveryTest, TerminatedEditorKeepsOnlyUnsavedWork) {
+    auto terminate = [this](pid_t pid) {
+        ::kill(pid, SIGTERM);
+        int status = -1;
+        ::waitpid(pid, &status, 0);
+        started_.erase(std::find(started_.begin(), started_.end(), pid));
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    };
+    const std::string open = "open " + root_.File("in.wav") + "\n";
+    pid_t pid = Start({"-batch", Script("edit.txt", open + "select 0.2 0.4\ncut\nselect 0 0.5\n")});
+    ASSERT_TRUE(WaitForJournal([](const LJournalState& s) {
+        return UndoNames(s) == std::vector<std::string>{"Cut"} && s.selEnd > 0;
+    }));
+    terminate(pid);
+    ASSERT_EQ(RunFolders().size(), 1u);
+    const fs::path dead = RunFolders()[0];
+    const Rendered before = Render(dead);
+    ExpectSame(Recover(dead), before);
+
+    for (const fs::path& f : RunFolders())
+        fs::remove_all(f);
+    pid = Start({"-batch", Script("look.txt", open + "select 0 0.5\n")});
+    ASSERT_TRUE(WaitForJournal([](const LJournalState& s) { return s.selEnd > 0; }));
+    terminate(pid);
+    EXPECT_TRUE(RunFolders().empty());
+}
+
 }  // namespace
 }  // namespace osmera::testing

@@ -10,6 +10,7 @@
 
 #include "edit/cut_folder.h"
 #include "edit/journal_recovery.h"
+#include "edit/journal_write_queue.h"
 #include "tests/edit/edit_test_support.h"
 
 namespace osmera::testing {
@@ -181,6 +182,52 @@ TEST_F(DocumentJournalTest, CutsNamedByTheJournalOnDiskOutliveTheDocumentsRefere
     EXPECT_TRUE(fs::exists(Tank().GetAudFilePath(cut)));
     ASSERT_TRUE(writer.Write(doc));
     EXPECT_FALSE(fs::exists(Tank().GetAudFilePath(cut)));
+}
+
+// Through the writer thread: the same rule for the cuts, the newest of a burst of states
+// ends on the disk, and the writer's removal lets go of everything.
+TEST_F(DocumentJournalTest, WriterThreadKeepsTheNewestStateAndTheCutsItNames) {
+    LCutListAudio first = Written(std::vector<int32_t>(300, 1), 1);
+    const uint16_t cut = first.GetEntries().front().ref;
+    LOMFile doc;
+    doc.audio = first;
+    first.Clear();
+    std::string path;
+    {
+        LJournalWriteQueue queue;
+        LDocumentJournalWriter writer(dir_.Path().string(), 4, &queue);
+        path = writer.Path();
+        ASSERT_TRUE(writer.Write(doc));
+        doc.audio.Clear();  // the cut is now held by the journal only
+        EXPECT_TRUE(fs::exists(Tank().GetAudFilePath(cut)));
+        ASSERT_TRUE(queue.Drain());
+        EXPECT_TRUE(fs::exists(Tank().GetAudFilePath(cut)));
+        for (int i = 1; i <= 40; ++i) {
+            doc.cursor = i;
+            doc.audio = i % 2 ? LCutListAudio() : Written(std::vector<int32_t>(50, i), 1);
+            writer.Write(doc);
+        }
+        ASSERT_TRUE(queue.Drain());
+        LJournalState state;
+        ASSERT_TRUE(DecodeJournal(ReadText(path), state));
+        EXPECT_EQ(state.cursor, 40);
+        EXPECT_EQ(state.audio.entries.size(), 1u);
+        doc.audio.Clear();
+        // Only the cut of the journal on disk is left: dropped states let theirs go.
+        ASSERT_EQ(state.audio.entries.size(), 1u);
+        const std::string kept = std::to_string(state.audio.entries[0].ref) + ".";
+        for (const auto& e : fs::directory_iterator(dir_.Path())) {
+            const std::string name = e.path().filename().string();
+            if (LCutFolder::IsCutFileName(name)) {
+                EXPECT_EQ(name.rfind(kept, 0), 0u) << name;
+            }
+        }
+    }
+    EXPECT_FALSE(fs::exists(path));
+    std::vector<std::string> left;
+    for (const auto& e : fs::directory_iterator(dir_.Path()))
+        left.push_back(e.path().filename().string());
+    EXPECT_TRUE(left.empty()) << left.size() << " files left, first " << left[0];
 }
 
 }  // namespace
