@@ -86,7 +86,7 @@ struct LNodes {
         *unit, *unitSymbol, *preset, *port, *symbol, *value, *label;
 };
 
-// The symbol of a unit: from its own data when the units specification is loaded, else
+// The symbol of a unit: from its own data when the LV2 units vocabulary is loaded, else
 // from the usual units' names.
 std::string UnitSymbol(const LNodes& n, const LilvNode* unit) {
     if (!unit)

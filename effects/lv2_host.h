@@ -26,7 +26,7 @@ std::vector<std::string> Lv2Folders(const std::string& extra);
 std::vector<std::string> ListLv2Bundles(const std::vector<std::string>& folders);
 
 // Describes the plug-ins of each of `bundles` (all of `folders` are known to lilv, so that
-// the specifications' units and classes are at hand). For each bundle `begin` is called
+// the LV2 vocabularies of units and classes are at hand). For each bundle `begin` is called
 // before it is read, then `done` with its plug-ins or an error text.
 void DescribeLv2Bundles(
     const std::vector<std::string>& folders, const std::vector<std::string>& bundles,

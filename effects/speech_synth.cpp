@@ -128,10 +128,10 @@ bool SelectVoiceLocked(const std::string& wanted) {
         if (!SameText(voice.name, wanted) && !SameText(voice.identifier, wanted) &&
             !SameText(voice.language, wanted))
             continue;
-        espeak_VOICE spec{};
-        spec.name = voice.name.c_str();
-        spec.languages = voice.language.c_str();
-        return espeak_SetVoiceByProperties(&spec) == EE_OK;
+        espeak_VOICE wanted{};
+        wanted.name = voice.name.c_str();
+        wanted.languages = voice.language.c_str();
+        return espeak_SetVoiceByProperties(&wanted) == EE_OK;
     }
     return false;
 }
