@@ -5,11 +5,11 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <mutex>
 #include <sstream>
 
 #include "core/trace.h"
 #include "devices/cd_disc_id.h"
+#include "devices/curl_transfer.h"
 
 namespace osmera {
 
@@ -42,8 +42,7 @@ enum class Got { kOk, kNotFound, kFailed, kCancelled };
 // a 200 answer.
 Got HttpGet(const std::string& url, int32_t timeoutMs, const std::atomic<bool>* cancel,
             std::string& body, std::string& message) {
-    static std::once_flag once;
-    std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+    CurlGlobalInit();
     CURL* curl = curl_easy_init();
     if (curl == nullptr) {
         message = "The disc lookup could not start.";

@@ -18,11 +18,6 @@ size_t Discard(char*, size_t size, size_t count, void*) {
     return size * count;
 }
 
-void GlobalInit() {
-    static std::once_flag once;
-    std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
-}
-
 std::string HostOf(const std::string& url) {
     size_t from = url.find("://");
     from = from == std::string::npos ? 0 : from + 3;
@@ -34,6 +29,11 @@ std::string HostOf(const std::string& url) {
 }
 
 }  // namespace
+
+void CurlGlobalInit() {
+    static std::once_flag once;
+    std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+}
 
 std::string CleanReply(const std::string& line) {
     std::string out;
@@ -49,7 +49,7 @@ std::string CleanReply(const std::string& line) {
 
 LCurlTransfer::LCurlTransfer(const std::string& url, const LTransferLimits& limits)
     : url_(url), limits_(limits) {
-    GlobalInit();
+    CurlGlobalInit();
     curl_ = curl_easy_init();
     if (curl_ == nullptr) {
         LTrace("LCurlTransfer::LCurlTransfer curl_easy_init failed");

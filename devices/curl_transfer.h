@@ -74,6 +74,10 @@ class LCurlTransfer {
     CURLcode code_ = CURLE_OK;
 };
 
+// libcurl's one-time set-up, shared by every part of the program that uses it (sending and
+// the disc lookup); any thread, before the first easy handle.
+void CurlGlobalInit();
+
 // The server's reply line without its line end; long replies are shortened.
 std::string CleanReply(const std::string& line);
 
