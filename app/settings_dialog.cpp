@@ -17,6 +17,7 @@
 #include "app/keys_page.h"
 #include "app/recent_file_list.h"
 #include "app/splash_window.h"
+#include "devices/cd_lookup.h"
 #include "devices/record_take.h"
 #include "devices/sound_devices.h"
 
@@ -48,6 +49,7 @@ LOMSettingsDialog::LOMSettingsDialog(LSettingsStore& settings, LUserPrompts& pro
     pages_->addTab(BuildAudioPage(), QStringLiteral("Audio"));
     pages_->addTab(BuildFoldersPage(), QStringLiteral("Folders"));
     pages_->addTab(BuildGeneralPage(), QStringLiteral("General"));
+    pages_->addTab(BuildCdPage(), QStringLiteral("CD"));
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
     connect(buttons, &QDialogButtonBox::accepted, this, &LOMSettingsDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
@@ -108,6 +110,35 @@ QWidget* LOMSettingsDialog::BuildGeneralPage() {
     return page;
 }
 
+QWidget* LOMSettingsDialog::BuildCdPage() {
+    const LCdLookupSettings lookup = LCdLookupSettings::Read(settings_);
+    cdLookup_ = new QCheckBox(QStringLiteral("&Look up a disc's titles online when it is read"));
+    cdLookup_->setChecked(lookup.enabled);
+    cdService_ = new QComboBox;
+    cdService_->addItems({QStringLiteral("MusicBrainz"), QStringLiteral("CDDB")});
+    cdService_->setCurrentIndex(lookup.cddb ? 1 : 0);
+    cdServer_ = new QLineEdit(QString::fromStdString(lookup.server));
+    // An empty server means the chosen service's usual one, which the field shows greyed.
+    const auto showUsual = [this]() {
+        cdServer_->setPlaceholderText(QString::fromUtf8(
+            cdService_->currentIndex() == 1 ? LCdLookupSettings::kCddbServer
+                                            : LCdLookupSettings::kMusicBrainzServer));
+    };
+    showUsual();
+    connect(cdService_, &QComboBox::currentIndexChanged, this, showUsual);
+    cdTimeout_ = new QSpinBox;
+    cdTimeout_->setRange(1, 120);
+    cdTimeout_->setSuffix(QStringLiteral(" s"));
+    cdTimeout_->setValue(lookup.timeoutMs / 1000);
+    auto* page = new QWidget;
+    auto* form = new QFormLayout(page);
+    form->addRow(cdLookup_);
+    form->addRow(QStringLiteral("&Service:"), cdService_);
+    form->addRow(QStringLiteral("Se&rver:"), cdServer_);
+    form->addRow(QStringLiteral("&Wait for an answer:"), cdTimeout_);
+    return page;
+}
+
 void LOMSettingsDialog::ChooseFolder() {
     const QString chosen =
         QFileDialog::getExistingDirectory(this, QStringLiteral("Working Folder"), folder_->text());
@@ -131,6 +162,12 @@ void LOMSettingsDialog::accept() {
         settings_.SetText(kSettings, "WorkingFolder", folder.toStdString());
     settings_.SetInt(kSettings, "RecentFileCount", recentCount_->value());
     settings_.SetInt(kSettings, "ShowSplash", splash_->isChecked() ? 1 : 0);
+    LCdLookupSettings lookup = LCdLookupSettings::Read(settings_);
+    lookup.enabled = cdLookup_->isChecked();
+    lookup.cddb = cdService_->currentIndex() == 1;
+    lookup.server = cdServer_->text().trimmed().toStdString();
+    lookup.timeoutMs = cdTimeout_->value() * 1000;
+    lookup.Write(settings_);
     QDialog::accept();
 }
 

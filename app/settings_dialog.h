@@ -1,5 +1,5 @@
 #pragma once
-// LOMSettingsDialog: Settings... (File menu). Four pages:
+// LOMSettingsDialog: Settings... (File menu). Five pages:
 // - Keys: the key macros (LKeysPage), kept in "keys.dat".
 // - Audio: the output device ("Settings"/"SoundOutDevice") and the input device (the
 //   recorder's "Recorder"/"Device", written as the record window writes it), each chosen
@@ -11,6 +11,8 @@
 // - General: how many recent files the File menu shows ("Settings"/"RecentFileCount",
 //   LRecentFileList) and whether the splash window shows at start-up ("Settings"/
 //   "ShowSplash", LOMSplashWindow).
+// - CD: the online disc lookup (LCdLookupSettings, section "CdLookup"): whether a disc is
+//   looked up as soon as it is read, which service and server, and how long to wait.
 //
 // The values are read from the settings store when the dialog is built; OK writes them
 // (and the macros) back, Cancel writes nothing. When "keys.dat" cannot be written the
@@ -48,11 +50,15 @@ class LOMSettingsDialog : public QDialog {
     QLineEdit* WorkingFolder() const { return folder_; }
     QSpinBox* RecentCount() const { return recentCount_; }
     QCheckBox* Splash() const { return splash_; }
+    QCheckBox* CdLookupEnabled() const { return cdLookup_; }
+    QComboBox* CdLookupService() const { return cdService_; }
+    QLineEdit* CdLookupServer() const { return cdServer_; }
 
   private:
     QWidget* BuildAudioPage();
     QWidget* BuildFoldersPage();
     QWidget* BuildGeneralPage();
+    QWidget* BuildCdPage();
     void ChooseFolder();
 
     LSettingsStore& settings_;
@@ -66,6 +72,10 @@ class LOMSettingsDialog : public QDialog {
     QString folderShown_;
     QSpinBox* recentCount_ = nullptr;
     QCheckBox* splash_ = nullptr;
+    QCheckBox* cdLookup_ = nullptr;
+    QComboBox* cdService_ = nullptr;
+    QLineEdit* cdServer_ = nullptr;
+    QSpinBox* cdTimeout_ = nullptr;
 };
 
 }  // namespace osmera

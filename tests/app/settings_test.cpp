@@ -1,6 +1,7 @@
 // Settings... and key macros in the editor: what OK and Cancel write, key capture, and a
 // macro run from a key press in the frame.
 #include <QCheckBox>
+#include <QComboBox>
 #include <QLineEdit>
 #include <QSpinBox>
 #include <QTest>
@@ -15,6 +16,7 @@
 #include "app/recent_file_list.h"
 #include "app/settings_dialog.h"
 #include "app/splash_window.h"
+#include "devices/cd_lookup.h"
 #include "tests/app/app_fixture.h"
 
 namespace osmera::testing {
@@ -64,6 +66,10 @@ TEST(SettingsDialog, CancelWritesNothingAndOkWritesEveryPage) {
     dialog.AutoPlayback()->setChecked(false);
     dialog.RecentCount()->setValue(3);
     dialog.Splash()->setChecked(false);
+    dialog.CdLookupEnabled()->setChecked(false);
+    dialog.CdLookupService()->setCurrentIndex(1);
+    EXPECT_EQ(dialog.CdLookupServer()->placeholderText(), LCdLookupSettings::kCddbServer);
+    dialog.CdLookupServer()->setText(" http://127.0.0.1:8880/cddb ");
     dialog.WorkingFolder()->setText(QString::fromStdString(dir.File("work")));
     LKeysPage& page = dialog.KeysPage();
     page.AddMacro(kCtrlShiftF5, {kIdSelectAll});
@@ -85,6 +91,10 @@ TEST(SettingsDialog, CancelWritesNothingAndOkWritesEveryPage) {
     EXPECT_EQ(settings.GetText("Settings", "WorkingFolder", ""), dir.File("work"));
     EXPECT_EQ(LRecentFileList::ShownCount(settings), 3);
     EXPECT_FALSE(LOMSplashWindow::IsWanted(settings));
+    const LCdLookupSettings lookup = LCdLookupSettings::Read(settings);
+    EXPECT_FALSE(lookup.enabled);
+    EXPECT_TRUE(lookup.cddb);
+    EXPECT_EQ(lookup.server, "http://127.0.0.1:8880/cddb");
     LKeyMacroList saved;
     EXPECT_EQ(LoadKeyMacros(keys, saved), LKeysLoad::kLoaded);
     EXPECT_EQ(saved, (LKeyMacroList{{kCtrlShiftF5, {kIdSelectAll, kIdCopy}}}));
