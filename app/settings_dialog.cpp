@@ -93,6 +93,17 @@ QWidget* LOMSettingsDialog::BuildFoldersPage() {
     layout->addWidget(label);
     layout->addLayout(row);
     layout->addWidget(note);
+    lv2Folder_ =
+        new QLineEdit(QString::fromStdString(settings_.GetText(kSettings, "LV2Folder", "")));
+    ladspaFolder_ =
+        new QLineEdit(QString::fromStdString(settings_.GetText(kSettings, "LADSPAFolder", "")));
+    lv2Folder_->setPlaceholderText(QStringLiteral("Only the standard LV2 folders"));
+    ladspaFolder_->setPlaceholderText(QStringLiteral("Only the standard LADSPA folders"));
+    auto* plugins = new QFormLayout;
+    plugins->addRow(QStringLiteral("Extra &LV2 folder:"), lv2Folder_);
+    plugins->addRow(QStringLiteral("Extra L&ADSPA folder:"), ladspaFolder_);
+    layout->addSpacing(12);
+    layout->addLayout(plugins);
     layout->addStretch(1);
     return page;
 }
@@ -160,6 +171,8 @@ void LOMSettingsDialog::accept() {
     const QString folder = folder_->text().trimmed();
     if (folder != folderShown_)
         settings_.SetText(kSettings, "WorkingFolder", folder.toStdString());
+    settings_.SetText(kSettings, "LV2Folder", lv2Folder_->text().trimmed().toStdString());
+    settings_.SetText(kSettings, "LADSPAFolder", ladspaFolder_->text().trimmed().toStdString());
     settings_.SetInt(kSettings, "RecentFileCount", recentCount_->value());
     settings_.SetInt(kSettings, "ShowSplash", splash_->isChecked() ? 1 : 0);
     LCdLookupSettings lookup = LCdLookupSettings::Read(settings_);

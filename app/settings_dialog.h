@@ -7,7 +7,9 @@
 //   effects ("Settings"/"AutoPlaybackAfterEffects").
 // - Folders: the working folder of the cut files ("Settings"/"WorkingFolder", by default
 //   the folder "Folders"/"Current"); the cut store takes its folder at start-up, so a new
-//   one is used from the next start, as the page says.
+//   one is used from the next start, as the page says. Also the extra folders searched for
+//   plug-ins beside the standard ones ("Settings"/"LV2Folder" and "LADSPAFolder"), read at
+//   the next scan.
 // - General: how many recent files the File menu shows ("Settings"/"RecentFileCount",
 //   LRecentFileList) and whether the splash window shows at start-up ("Settings"/
 //   "ShowSplash", LOMSplashWindow).
@@ -48,6 +50,8 @@ class LOMSettingsDialog : public QDialog {
     QComboBox* InputDevice() const { return inDevice_; }
     QCheckBox* AutoPlayback() const { return autoPlayback_; }
     QLineEdit* WorkingFolder() const { return folder_; }
+    QLineEdit* Lv2Folder() const { return lv2Folder_; }
+    QLineEdit* LadspaFolder() const { return ladspaFolder_; }
     QSpinBox* RecentCount() const { return recentCount_; }
     QCheckBox* Splash() const { return splash_; }
     QCheckBox* CdLookupEnabled() const { return cdLookup_; }
@@ -70,6 +74,8 @@ class LOMSettingsDialog : public QDialog {
     QCheckBox* autoPlayback_ = nullptr;
     QLineEdit* folder_ = nullptr;
     QString folderShown_;
+    QLineEdit* lv2Folder_ = nullptr;
+    QLineEdit* ladspaFolder_ = nullptr;
     QSpinBox* recentCount_ = nullptr;
     QCheckBox* splash_ = nullptr;
     QCheckBox* cdLookup_ = nullptr;

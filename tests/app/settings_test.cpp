@@ -66,6 +66,7 @@ TEST(SettingsDialog, CancelWritesNothingAndOkWritesEveryPage) {
     dialog.AutoPlayback()->setChecked(false);
     dialog.RecentCount()->setValue(3);
     dialog.Splash()->setChecked(false);
+    dialog.Lv2Folder()->setText(QString::fromStdString(dir.File("lv2")));
     dialog.CdLookupEnabled()->setChecked(false);
     dialog.CdLookupService()->setCurrentIndex(1);
     EXPECT_EQ(dialog.CdLookupServer()->placeholderText(), LCdLookupSettings::kCddbServer);
@@ -91,6 +92,8 @@ TEST(SettingsDialog, CancelWritesNothingAndOkWritesEveryPage) {
     EXPECT_EQ(settings.GetText("Settings", "WorkingFolder", ""), dir.File("work"));
     EXPECT_EQ(LRecentFileList::ShownCount(settings), 3);
     EXPECT_FALSE(LOMSplashWindow::IsWanted(settings));
+    EXPECT_EQ(settings.GetText("Settings", "LV2Folder", ""), dir.File("lv2"));
+    EXPECT_EQ(settings.GetText("Settings", "LADSPAFolder", "-"), "");
     const LCdLookupSettings lookup = LCdLookupSettings::Read(settings);
     EXPECT_FALSE(lookup.enabled);
     EXPECT_TRUE(lookup.cddb);
