@@ -116,11 +116,7 @@ LOMEffectDialog::LOMEffectDialog(const LEffectInfo& info, const std::vector<int3
         form->addRow(QString::fromUtf8(text.label), row);
         fields_.push_back(field);
     }
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
-    if (PreviewButton())
-        buttons->addButton(PreviewButton(), QDialogButtonBox::ActionRole);
-    connect(buttons, &QDialogButtonBox::accepted, this, &LOMEffectDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, this, &LOMEffectDialog::reject);
+    QDialogButtonBox* buttons = OkCancelButtons();
     layout->addWidget(buttons);
     if (!fields_.empty()) {
         fields_.front()->setFocus();

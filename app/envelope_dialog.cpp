@@ -23,14 +23,10 @@ LEnvelopeDialog::LEnvelopeDialog(QWidget* parent, LUserPrompts& prompts,
                                                 "right-click it or press Delete to remove it."),
                                  this));
     layout->addWidget(editor_, 1);
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
+    QDialogButtonBox* buttons = OkCancelButtons();
     QPushButton* reset = buttons->addButton(QStringLiteral("Reset"), QDialogButtonBox::ResetRole);
     reset->setObjectName(QStringLiteral("reset"));
-    if (PreviewButton())
-        buttons->addButton(PreviewButton(), QDialogButtonBox::ActionRole);
     layout->addWidget(buttons);
-    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     connect(reset, &QPushButton::clicked, this, &LEnvelopeDialog::Reset);
     connect(editor_, &LEnvelopeEditor::pointsChanged, this, &LEnvelopeDialog::ParameterChanged);
     buttons->button(QDialogButtonBox::Ok)->setDefault(true);

@@ -70,11 +70,7 @@ LEqualizerDialog::LEqualizerDialog(QWidget* parent, LEditorTransport* transport,
     connect(presets_, &QComboBox::activated, this,
             [this](int index) { ApplyPreset(presets_->itemData(index).toString()); });
 
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
-    if (PreviewButton())
-        buttons->addButton(PreviewButton(), QDialogButtonBox::ActionRole);
-    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    QDialogButtonBox* buttons = OkCancelButtons();
     layout->addWidget(buttons);
     SetGains(gainTenths);
 }

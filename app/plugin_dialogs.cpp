@@ -258,11 +258,7 @@ LPluginParamDialog::LPluginParamDialog(const LPluginInfo& info, const std::vecto
     scroll->setFrameShape(QFrame::NoFrame);
     layout->addWidget(scroll, 1);
 
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
-    if (PreviewButton())
-        buttons->addButton(PreviewButton(), QDialogButtonBox::ActionRole);
-    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    QDialogButtonBox* buttons = OkCancelButtons();
     layout->addWidget(buttons);
     resize(520, std::min(160 + 40 * static_cast<int>(ports_.size()), 640));
 }

@@ -1,5 +1,6 @@
 #include "app/preview_dialog.h"
 
+#include <QDialogButtonBox>
 #include <QPushButton>
 #include <algorithm>
 
@@ -83,6 +84,15 @@ void LOMPreviewDialog::EvTransportState() {
 void LOMPreviewDialog::UpdateButton() {
     if (button_)
         button_->setText(previewing_ ? QStringLiteral("Stop") : QStringLiteral("Preview"));
+}
+
+QDialogButtonBox* LOMPreviewDialog::OkCancelButtons() {
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
+    if (button_)
+        buttons->addButton(button_, QDialogButtonBox::ActionRole);
+    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    return buttons;
 }
 
 }  // namespace osmera

@@ -17,6 +17,7 @@
 #include "core/sound_source_base.h"
 #include "edit/om_file.h"
 
+class QDialogButtonBox;
 class QPushButton;
 
 namespace osmera {
@@ -45,6 +46,9 @@ class LOMPreviewDialog : public QDialog {
     // The document's selection as a list of its own (entries only, cheap); its length in
     // `length`.
     LCutListAudio SelectionCopy(int32_t& length) const;
+    // OK and Cancel wired to accept() and reject(), with the preview toggle beside them when
+    // there is one; owned by the dialog, for the derived dialog's layout.
+    QDialogButtonBox* OkCancelButtons();
 
   private:
     void StartPreview();
